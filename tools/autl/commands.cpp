@@ -1,0 +1,15 @@
+#include "cli.h"
+
+namespace autl {
+
+// Each command defines its entry in its own cmd_<name>.cpp.
+
+std::span<const Command> Commands() {
+    static const Command kCommands[] = {
+            {"help", "list the commands, or show the help of one", "usage: autl help [COMMAND]\n",
+             nullptr},
+    };
+    return kCommands;
+}
+
+}  // namespace autl
