@@ -19,13 +19,17 @@
 //   };
 //
 // Rules for a derived class:
-// - Call Stop() in its own destructor. By the time ~Worker runs, the derived part is gone, so the
-//   thread must not be calling DoWork any more; ~Worker can only stop a worker whose DoWork and
-//   WakeUp no longer exist.
-// - DoWork must return regularly, or return soon after WakeUp is called: Stop waits for the
-//   current DoWork to return.
-// - DoWork and WakeUp must never take the worker's mutex (Start, Stop) and must never call Start or
-//   Stop: Stop holds the mutex while it calls WakeUp and while it joins the thread.
+// - Call Stop() in its own destructor, before the members that DoWork uses are destroyed. ~Worker
+//   runs once the derived part is gone; a thread still calling DoWork then would run code of a
+//   destroyed object. ~Worker does stop a worker it finds running, with an ERROR line, but it can
+//   no longer call the derived WakeUp, and a DoWork running or starting meanwhile is undefined
+//   behaviour: that stop is a last resort, not a way to shut down.
+// - DoWork must return regularly, or soon after WakeUp is called: Stop waits for the current DoWork
+//   to return.
+// - WakeUp runs on the thread that calls Stop, possibly while DoWork runs on the worker thread;
+//   what the two share needs its own synchronisation.
+// - DoWork and WakeUp must never take the worker's mutex, that is never call Start or Stop: Stop
+//   holds it while it calls WakeUp and while it joins the thread, so either would deadlock.
 
 #include <atomic>
 #include <condition_variable>
@@ -42,9 +46,8 @@ class Worker {
     // `priority` is the nice value the thread sets for itself when it starts (lower is more
     // favoured; below the current value usually needs privilege).
     Worker(std::string name, int32_t priority);
-    // A worker still running here was not stopped by its derived class: this logs an ERROR line
-    // and, as a last resort, stops it without WakeUp, which only ends well when DoWork is not
-    // running and is not called again.
+    // A worker still running here was not stopped by its derived class: logs an ERROR line and
+    // stops it as a last resort, without WakeUp (see the rules above).
     virtual ~Worker();
 
     Worker(const Worker&) = delete;

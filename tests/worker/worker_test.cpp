@@ -8,6 +8,7 @@
 
 #include <atomic>
 #include <condition_variable>
+#include <memory>
 #include <mutex>
 #include <string>
 #include <thread>
@@ -37,6 +38,10 @@ std::string CurrentThreadName() {
     pthread_getname_np(pthread_self(), name, sizeof(name));
     return name;
 }
+
+// The tests keep their workers on the heap. ThreadSanitizer forgets a mutex when the heap memory
+// holding it is freed, but not when a stack frame ends, so a worker's mutex on the stack would be
+// taken for whatever mutex later sits at the same address, and the lock orders of the two mixed.
 
 // A worker whose DoWork records where and how it runs, then waits until the test lets it return
 // (Allow) or Stop wakes it up (WakeUp).
@@ -104,19 +109,19 @@ class GatedWorker : public Worker {
 
 TEST(WorkerTest, StartStop_HandshakeAndLogLines) {
     LogCapture logs;
-    GatedWorker worker("mixer_poll", 0);
+    auto worker = std::make_unique<GatedWorker>("mixer_poll", 0);
 
-    ASSERT_TRUE(worker.Start());
+    ASSERT_TRUE(worker->Start());
     // Start returns only once the thread has announced itself.
     EXPECT_THAT(logs.Lines(kTag), ElementsAre(LogLine{VERBOSE, kTag, "Start: start mixer_poll"},
                                               LogLine{INFO, kTag, "Loop: mixer_poll started"}));
-    worker.WaitForCalls(1);
-    EXPECT_NE(worker.calls()[0].tid, gettid());
+    worker->WaitForCalls(1);
+    EXPECT_NE(worker->calls()[0].tid, gettid());
 
     // DoWork is waiting: only WakeUp lets Stop's join finish.
-    EXPECT_TRUE(worker.Stop());
-    EXPECT_EQ(worker.wake_ups(), 1);
-    EXPECT_EQ(worker.calls().size(), 1u);
+    EXPECT_TRUE(worker->Stop());
+    EXPECT_EQ(worker->wake_ups(), 1);
+    EXPECT_EQ(worker->calls().size(), 1u);
     EXPECT_THAT(logs.Lines(kTag), ElementsAre(LogLine{VERBOSE, kTag, "Start: start mixer_poll"},
                                               LogLine{INFO, kTag, "Loop: mixer_poll started"},
                                               LogLine{VERBOSE, kTag, "Stop: stop mixer_poll"},
@@ -125,14 +130,14 @@ TEST(WorkerTest, StartStop_HandshakeAndLogLines) {
 
 TEST(WorkerTest, StartWhileRunning_FalseAndNoSecondThread) {
     LogCapture logs;
-    GatedWorker worker("twice");
-    ASSERT_TRUE(worker.Start());
-    EXPECT_FALSE(worker.Start());
-    worker.Allow(2);
-    worker.WaitForCalls(3);
-    ASSERT_TRUE(worker.Stop());
+    auto worker = std::make_unique<GatedWorker>("twice");
+    ASSERT_TRUE(worker->Start());
+    EXPECT_FALSE(worker->Start());
+    worker->Allow(2);
+    worker->WaitForCalls(3);
+    ASSERT_TRUE(worker->Stop());
 
-    const std::vector<GatedWorker::Call> calls = worker.calls();
+    const std::vector<GatedWorker::Call> calls = worker->calls();
     for (const GatedWorker::Call& call : calls) EXPECT_EQ(call.tid, calls[0].tid);
     EXPECT_THAT(logs.Lines(kTag),
                 ElementsAre(LogLine{VERBOSE, kTag, "Start: start twice"},
@@ -145,13 +150,13 @@ TEST(WorkerTest, StartWhileRunning_FalseAndNoSecondThread) {
 
 TEST(WorkerTest, StopWhenNotRunning_FalseWithWarning) {
     LogCapture logs;
-    GatedWorker worker("idle");
-    EXPECT_FALSE(worker.Stop());  // never started
-    ASSERT_TRUE(worker.Start());
-    ASSERT_TRUE(worker.Stop());
+    auto worker = std::make_unique<GatedWorker>("idle");
+    EXPECT_FALSE(worker->Stop());  // never started
+    ASSERT_TRUE(worker->Start());
+    ASSERT_TRUE(worker->Stop());
     logs.Clear();
-    EXPECT_FALSE(worker.Stop());  // stopped already
-    EXPECT_EQ(worker.wake_ups(), 1);
+    EXPECT_FALSE(worker->Stop());  // stopped already
+    EXPECT_EQ(worker->wake_ups(), 1);
     EXPECT_THAT(logs.Lines(kTag),
                 ElementsAre(LogLine{VERBOSE, kTag, "Stop: stop idle"},
                             LogLine{WARNING, kTag, "Stop: idle hasn't been started yet"}));
@@ -159,19 +164,19 @@ TEST(WorkerTest, StopWhenNotRunning_FalseWithWarning) {
 
 TEST(WorkerTest, Restart_FreshThreadEachTime) {
     LogCapture logs;
-    GatedWorker worker("restartable");
-    ASSERT_TRUE(worker.Start());
-    worker.WaitForCalls(1);
-    ASSERT_TRUE(worker.Stop());
-    worker.Rearm();
-    ASSERT_TRUE(worker.Start());
-    worker.WaitForCalls(2);
-    ASSERT_TRUE(worker.Stop());
+    auto worker = std::make_unique<GatedWorker>("restartable");
+    ASSERT_TRUE(worker->Start());
+    worker->WaitForCalls(1);
+    ASSERT_TRUE(worker->Stop());
+    worker->Rearm();
+    ASSERT_TRUE(worker->Start());
+    worker->WaitForCalls(2);
+    ASSERT_TRUE(worker->Stop());
 
-    const std::vector<GatedWorker::Call> calls = worker.calls();
+    const std::vector<GatedWorker::Call> calls = worker->calls();
     ASSERT_EQ(calls.size(), 2u);
     EXPECT_NE(calls[0].tid, calls[1].tid);
-    EXPECT_EQ(worker.wake_ups(), 2);
+    EXPECT_EQ(worker->wake_ups(), 2);
     EXPECT_THAT(logs.Messages(kTag),
                 ElementsAre("Start: start restartable", "Loop: restartable started",
                             "Stop: stop restartable", "Loop: restartable thread exit",
@@ -193,14 +198,14 @@ TEST(WorkerTest, ThreadNameAndNice_AppliedToTheWorkerThreadOnly) {
     for (const Case& c : cases) {
         SCOPED_TRACE(c.name);
         LogCapture logs;
-        GatedWorker worker(c.name, caller_nice + 7);
-        ASSERT_TRUE(worker.Start());
+        auto worker = std::make_unique<GatedWorker>(c.name, caller_nice + 7);
+        ASSERT_TRUE(worker->Start());
         // The name is given once Start has the thread running: the second call sees it.
-        worker.Allow(1);
-        worker.WaitForCalls(2);
-        ASSERT_TRUE(worker.Stop());
+        worker->Allow(1);
+        worker->WaitForCalls(2);
+        ASSERT_TRUE(worker->Stop());
 
-        const std::vector<GatedWorker::Call> calls = worker.calls();
+        const std::vector<GatedWorker::Call> calls = worker->calls();
         EXPECT_EQ(calls[1].thread_name, c.thread_name);
         // The nice value is in place before the first DoWork.
         EXPECT_EQ(calls[0].nice, caller_nice + 7);
@@ -237,12 +242,12 @@ TEST(WorkerTest, PriorityRefused_WarningAndStillRuns) {
     if (!refused) GTEST_SKIP() << "this process may raise its threads' priority";
 
     LogCapture logs;
-    GatedWorker worker("eager", caller_nice - 5);
-    ASSERT_TRUE(worker.Start());
-    worker.WaitForCalls(1);
-    ASSERT_TRUE(worker.Stop());
+    auto worker = std::make_unique<GatedWorker>("eager", caller_nice - 5);
+    ASSERT_TRUE(worker->Start());
+    worker->WaitForCalls(1);
+    ASSERT_TRUE(worker->Stop());
 
-    EXPECT_EQ(worker.calls()[0].nice, caller_nice);
+    EXPECT_EQ(worker->calls()[0].nice, caller_nice);
     EXPECT_THAT(logs.Lines(kTag),
                 ElementsAre(LogLine{VERBOSE, kTag, "Start: start eager"},
                             LogLine{WARNING, kTag,
@@ -290,16 +295,16 @@ TEST(WorkerTest, Stop_NoDoWorkAfterItReturns) {
         LogCapture logs;
         int calls = 0;
         {
-            SpinningWorker worker;
-            ASSERT_TRUE(worker.Start());
-            worker.WaitForCalls(100);
-            ASSERT_TRUE(worker.Stop());
-            worker.stop_returned = true;
-            calls = worker.calls();
+            auto worker = std::make_unique<SpinningWorker>();
+            ASSERT_TRUE(worker->Start());
+            worker->WaitForCalls(100);
+            ASSERT_TRUE(worker->Stop());
+            worker->stop_returned = true;
+            calls = worker->calls();
             // The loop has ended, not just been asked to.
             EXPECT_THAT(logs.Messages(kTag), Contains("Loop: spinner thread exit"));
-            EXPECT_EQ(worker.calls_after_stop, 0);
-            EXPECT_EQ(worker.calls(), calls);
+            EXPECT_EQ(worker->calls_after_stop, 0);
+            EXPECT_EQ(worker->calls(), calls);
         }
     }
 }
@@ -307,9 +312,9 @@ TEST(WorkerTest, Stop_NoDoWorkAfterItReturns) {
 TEST(WorkerTest, DerivedDestructorStops_BaseStaysQuiet) {
     LogCapture logs;
     {
-        GatedWorker worker("scoped");
-        ASSERT_TRUE(worker.Start());
-        worker.WaitForCalls(1);
+        auto worker = std::make_unique<GatedWorker>("scoped");
+        ASSERT_TRUE(worker->Start());
+        worker->WaitForCalls(1);
     }
     EXPECT_THAT(logs.Messages(kTag), Contains("Loop: scoped thread exit"));
     for (const LogLine& line : logs.Lines(kTag)) EXPECT_NE(line.severity, ERROR) << line;
