@@ -6,6 +6,7 @@
 #include <mutex>
 #include <utility>
 
+// The same layout as the stand-in's handle.
 struct AApexInfo {
     std::string name;
     int64_t version;
@@ -66,12 +67,8 @@ int FakeApexSupport::OpenHandles() const {
 
 using autl::test::GetState;
 
+// The calls the library makes; the others stay the stand-in's.
 extern "C" {
-
-AApexInfoError AApexInfo_create(AApexInfo** info) {
-    *info = nullptr;
-    return AAPEXINFO_NO_APEX;
-}
 
 AApexInfoError AApexInfo_createWithName(const char* name, AApexInfo** info) {
     auto& state = GetState();
@@ -93,10 +90,6 @@ void AApexInfo_destroy(AApexInfo* info) {
     std::lock_guard lock(state.mutex);
     --state.open_handles;
     delete info;
-}
-
-const char* AApexInfo_getName(const AApexInfo* info) {
-    return info->name.c_str();
 }
 
 int64_t AApexInfo_getVersion(const AApexInfo* info) {

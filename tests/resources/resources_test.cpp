@@ -188,7 +188,6 @@ TEST(ResourcesTest, GetFilePath_ExistingEntry_PathWithInfo) {
     FakeRoot root;
     root.AddFile("/vendor/etc/audio/spatializer/config.xml");
     root.AddFile("/vendor/etc/audio/spatializer/hrtf/left.bin");
-    root.AddFile("/vendor/etc/primary.xml");
     Resources resources(root.path());
     LogCapture logs;
 
@@ -196,15 +195,11 @@ TEST(ResourcesTest, GetFilePath_ExistingEntry_PathWithInfo) {
     EXPECT_EQ(resources.GetFilePath("spatializer", "config.xml"), folder + "config.xml");
     EXPECT_EQ(resources.GetFilePath("spatializer", "hrtf/left.bin"), folder + "hrtf/left.bin");
     EXPECT_EQ(resources.GetFilePath("spatializer", "hrtf"), folder + "hrtf");
-    EXPECT_EQ(resources.GetFilePath("x", "primary.xml"), root.path() + "/vendor/etc/primary.xml");
 
-    EXPECT_THAT(
-            logs.Lines(kTag),
-            ElementsAre(LogLine{INFO, kTag, "GetFilePath: " + folder + "config.xml exist"},
-                        LogLine{INFO, kTag, "GetFilePath: " + folder + "hrtf/left.bin exist"},
-                        LogLine{INFO, kTag, "GetFilePath: " + folder + "hrtf exist"},
-                        LogLine{INFO, kTag,
-                                "GetFilePath: " + root.path() + "/vendor/etc/primary.xml exist"}));
+    EXPECT_THAT(logs.Lines(kTag),
+                ElementsAre(LogLine{INFO, kTag, "GetFilePath: " + folder + "config.xml exist"},
+                            LogLine{INFO, kTag, "GetFilePath: " + folder + "hrtf/left.bin exist"},
+                            LogLine{INFO, kTag, "GetFilePath: " + folder + "hrtf exist"}));
 }
 
 TEST(ResourcesTest, GetFilePath_Missing_EmptyWithWarning) {
@@ -227,21 +222,7 @@ TEST(ResourcesTest, GetFilePath_Missing_EmptyWithWarning) {
     }
 }
 
-TEST(ResourcesTest, ApexVersion_ReadOnceAtConstruction) {
-    FakeApexSupport apex;
-    apex.Install(kApex, (int64_t{26} << 32) | 5);
-    Resources resources;
-    EXPECT_THAT(apex.CreateCalls(), ElementsAre(kApex));
-    EXPECT_EQ(apex.OpenHandles(), 0);
-
-    apex.Install(kApex, 1);
-    const ApexVersion version = resources.GetResourceApexVersion();
-    EXPECT_EQ(version.major, 26);
-    EXPECT_EQ(version.minor, 5);
-    EXPECT_EQ(apex.CreateCalls().size(), 1u);
-}
-
-TEST(ResourcesTest, ApexVersion_SplitAndDumped) {
+TEST(ResourcesTest, ApexVersion_ReadAtConstructionSplitAndDumped) {
     struct Case {
         int64_t version;  // -2: the APEX is not installed
         int32_t major;
@@ -265,6 +246,9 @@ TEST(ResourcesTest, ApexVersion_SplitAndDumped) {
         FakeApexSupport apex;
         if (c.version != -2) apex.Install(kApex, c.version);
         Resources resources;
+        EXPECT_THAT(apex.CreateCalls(), ElementsAre(kApex));
+        EXPECT_EQ(apex.OpenHandles(), 0);
+        apex.Install(kApex, 1);  // read at construction only
         const ApexVersion version = resources.GetResourceApexVersion();
         EXPECT_EQ(version.major, c.major);
         EXPECT_EQ(version.minor, c.minor);

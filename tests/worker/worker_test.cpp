@@ -81,9 +81,13 @@ class GatedWorker : public Worker {
         std::lock_guard lock(mutex_);
         return wake_ups_;
     }
+    // Set by a test once Stop has returned; DoWork counts the calls it sees after that.
+    std::atomic<bool> stop_returned{false};
+    std::atomic<int> calls_after_stop{0};
 
   protected:
     void DoWork() override {
+        if (stop_returned) ++calls_after_stop;
         Call call{gettid(), getpriority(PRIO_PROCESS, 0), CurrentThreadName()};
         std::unique_lock lock(mutex_);
         calls_.push_back(std::move(call));
@@ -258,54 +262,21 @@ TEST(WorkerTest, PriorityRefused_WarningAndStillRuns) {
                             LogLine{INFO, kTag, "Loop: eager thread exit"}));
 }
 
-// A worker whose DoWork never waits; it notes any call made once Stop has returned.
-class SpinningWorker : public Worker {
-  public:
-    SpinningWorker() : Worker("spinner", 0) {}
-    ~SpinningWorker() override { Stop(); }
-
-    void WaitForCalls(int n) {
-        std::unique_lock lock(mutex_);
-        changed_.wait(lock, [&] { return calls_ >= n; });
-    }
-    int calls() {
-        std::lock_guard lock(mutex_);
-        return calls_;
-    }
-    std::atomic<bool> stop_returned{false};
-    std::atomic<int> calls_after_stop{0};
-
-  protected:
-    void DoWork() override {
-        if (stop_returned) ++calls_after_stop;
-        std::lock_guard lock(mutex_);
-        ++calls_;
-        changed_.notify_all();
-    }
-
-  private:
-    std::mutex mutex_;
-    std::condition_variable changed_;
-    int calls_ = 0;
-};
-
 TEST(WorkerTest, Stop_NoDoWorkAfterItReturns) {
     for (int round = 0; round < 20; ++round) {
         SCOPED_TRACE(round);
         LogCapture logs;
-        int calls = 0;
-        {
-            auto worker = std::make_unique<SpinningWorker>();
-            ASSERT_TRUE(worker->Start());
-            worker->WaitForCalls(100);
-            ASSERT_TRUE(worker->Stop());
-            worker->stop_returned = true;
-            calls = worker->calls();
-            // The loop has ended, not just been asked to.
-            EXPECT_THAT(logs.Messages(kTag), Contains("Loop: spinner thread exit"));
-            EXPECT_EQ(worker->calls_after_stop, 0);
-            EXPECT_EQ(worker->calls(), calls);
-        }
+        auto worker = std::make_unique<GatedWorker>("spinner");
+        worker->Allow(1000);  // DoWork returns at once, over and over
+        ASSERT_TRUE(worker->Start());
+        worker->WaitForCalls(100);
+        ASSERT_TRUE(worker->Stop());
+        worker->stop_returned = true;
+        const size_t calls = worker->calls().size();
+        // The loop has ended, not just been asked to.
+        EXPECT_THAT(logs.Messages(kTag), Contains("Loop: spinner thread exit"));
+        EXPECT_EQ(worker->calls().size(), calls);
+        EXPECT_EQ(worker->calls_after_stop, 0);
     }
 }
 
