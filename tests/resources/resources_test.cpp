@@ -1,7 +1,5 @@
 #include <resources.h>
 
-#include <stdlib.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <android-base/properties.h>
@@ -111,10 +109,6 @@ TEST(ResourcesTest, GetFolderPath_SearchOrderAndFallbacks) {
              {{kFolder, "/vendor/etc/audio"}},
              "",
              "/vendor/etc/audio//"},
-            {"fallback not checked on disk",
-             {{kFolder, "/vendor/etc/ulq"}},
-             "vexa4",
-             "/vendor/etc/ulq/"},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.name);
