@@ -4,7 +4,9 @@
  * select it for "hw:N" through an ALSA configuration of their own (fake_alsa_card.h).
  *
  * Values live as long as the plugin stays loaded, across closing and opening a card, as a real
- * card's would. Two entry points for the tests: autl_fake_ctl_reset() puts every card back to its
+ * card's would. With a "state" file in the configuration they also outlive the process: every
+ * open loads the file, if it exists, and every write saves it, so that one program can read what
+ * another wrote. Two entry points for the tests: autl_fake_ctl_reset() puts every card back to its
  * first values, and autl_fake_ctl_add_late_control(card) lists one more control on a card.
  */
 #include <alsa/asoundlib.h>
@@ -64,6 +66,22 @@ struct card {
 
 static struct card cards[CARD_COUNT];
 static int cards_set;
+static char state_path[4096];
+
+static void LoadState(void) {
+    FILE* file = state_path[0] != '\0' ? fopen(state_path, "rb") : NULL;
+    if (file == NULL) return;
+    struct card loaded[CARD_COUNT];
+    if (fread(loaded, sizeof(loaded), 1, file) == 1) memcpy(cards, loaded, sizeof(cards));
+    fclose(file);
+}
+
+static void SaveState(void) {
+    FILE* file = state_path[0] != '\0' ? fopen(state_path, "wb") : NULL;
+    if (file == NULL) return;
+    fwrite(cards, sizeof(cards), 1, file);
+    fclose(file);
+}
 
 void autl_fake_ctl_reset(void) {
     for (int i = 0; i < CARD_COUNT; ++i) {
@@ -83,7 +101,9 @@ void autl_fake_ctl_reset(void) {
 }
 
 void autl_fake_ctl_add_late_control(int card) {
-    if (card >= 0 && card < CARD_COUNT) cards[card].listed = kControlCount;
+    if (card < 0 || card >= CARD_COUNT) return;
+    cards[card].listed = kControlCount;
+    SaveState();
 }
 
 static struct card* Card(snd_ctl_ext_t* ext) {
@@ -174,6 +194,7 @@ static int WriteValues(snd_ctl_ext_t* ext, snd_ctl_ext_key_t key, const long* in
     long* values = Card(ext)->values[key];
     const int changed = memcmp(values, in, control->count * sizeof(long)) != 0;
     memcpy(values, in, control->count * sizeof(long));
+    SaveState();
     return changed;
 }
 
@@ -195,6 +216,7 @@ static int WriteInteger64(snd_ctl_ext_t* ext, snd_ctl_ext_key_t key, int64_t* va
     (void)key;
     const int changed = Card(ext)->big_counter != *value;
     Card(ext)->big_counter = *value;
+    SaveState();
     return changed;
 }
 
@@ -265,6 +287,7 @@ SND_CTL_PLUGIN_DEFINE_FUNC(autl_fake) {
     (void)root;
     long number = 0;
     const char* card_name = "Fake Card";
+    const char* state = "";
     snd_config_iterator_t i, next;
     snd_config_for_each(i, next, conf) {
         snd_config_t* node = snd_config_iterator_entry(i);
@@ -277,6 +300,8 @@ SND_CTL_PLUGIN_DEFINE_FUNC(autl_fake) {
             if (ParseCard(node, &number) < 0) return -EINVAL;
         } else if (strcmp(id, "name") == 0) {
             if (snd_config_get_string(node, &card_name) < 0) return -EINVAL;
+        } else if (strcmp(id, "state") == 0) {
+            if (snd_config_get_string(node, &state) < 0) return -EINVAL;
         } else {
             SNDERR("Unknown field %s", id);
             return -EINVAL;
@@ -284,6 +309,8 @@ SND_CTL_PLUGIN_DEFINE_FUNC(autl_fake) {
     }
     if (number < 0 || number >= CARD_COUNT) return -ENODEV;
     if (!cards_set) autl_fake_ctl_reset();
+    snprintf(state_path, sizeof(state_path), "%s", state);
+    LoadState();
 
     snd_ctl_ext_t* ext = calloc(1, sizeof(*ext));
     if (ext == NULL) return -ENOMEM;

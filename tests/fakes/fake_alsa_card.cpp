@@ -41,6 +41,9 @@ FakeAlsaCards::FakeAlsaCards() : config_path_(dir_.Join("asound.conf")) {
               "\ttype autl_fake\n"
               "\tcard $CARD\n"
               "\tname \"Test Card\"\n"
+              "\tstate \""
+           << dir_.Join("cards.state")
+           << "\"\n"
               "}\n";
     config.close();
     if (!config) throw std::runtime_error("cannot write " + config_path_);
