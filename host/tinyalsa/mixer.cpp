@@ -152,13 +152,14 @@ struct mixer* mixer_open(unsigned int card) {
     snd_ctl_card_info_t* card_info;
     snd_ctl_card_info_alloca(&card_info);
     result = snd_ctl_card_info(handle, card_info);
-    if (result < 0) {
-        errno = -result;
-        return nullptr;
+    if (result >= 0) {
+        opened->name = snd_ctl_card_info_get_name(card_info);
+        if (ListNewControls(opened.get()) == 0) return opened.release();
+        result = -errno;
     }
-    opened->name = snd_ctl_card_info_get_name(card_info);
-    if (ListNewControls(opened.get()) != 0) return nullptr;
-    return opened.release();
+    opened.reset();  // closing may change errno
+    errno = -result;
+    return nullptr;
 }
 
 void mixer_close(struct mixer* mixer) {
