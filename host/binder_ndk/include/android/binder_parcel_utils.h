@@ -494,7 +494,9 @@ class ParcelableWriter {
 
 template <size_t I, typename Variant>
 binder_status_t ReadAlternative(const AParcel* parcel, Variant* value) {
-    std::variant_alternative_t<I, Variant> alternative{};
+    using Alternative = std::variant_alternative_t<I, Variant>;
+    // Value-initialised, not aggregate-initialised: some members have explicit constructors.
+    Alternative alternative = Alternative();
     binder_status_t status = AParcel_readData(parcel, &alternative);
     if (status == STATUS_OK) value->template emplace<I>(std::move(alternative));
     return status;
