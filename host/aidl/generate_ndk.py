@@ -325,6 +325,7 @@ class Parser:
             raise AidlError(decl.where, f"union {decl.name} has no alternatives")
 
     def type_ref(self, annotations):
+        annotations = {**annotations, **self.annotations(FIELD_ANNOTATIONS)}
         where = self.peek.where
         name = self.qualified_name()
         if name in ("void", "List", "Map") or name.startswith("java."):
@@ -761,12 +762,13 @@ def cpp_value(value, type_ref, scope):
 
 
 def default_initializer(field, scope):
-    """The field's default member initializer, or "" when its type's default constructor is it."""
+    """The field's default member initializer. Fields of class type get an empty one, so that
+    designated initializers may leave them out without a missing-initializer warning."""
     type_ref, target = field.type, field.type.target
     if field.default_value is not None:
         return " = " + cpp_value(field.default_value, type_ref, scope)
     if type_ref.array or type_ref.nullable:
-        return ""
+        return "{}"
     if target in INTEGER_BITS:
         return " = " + cpp_value(0, type_ref, scope)
     if target in ("float", "double"):
@@ -777,7 +779,7 @@ def default_initializer(field, scope):
         zero = next((e for e in target.enumerators if e.value == 0), None)
         name = cpp_name(target, scope)
         return f" = {name}::{zero.name}" if zero else f" = static_cast<{name}>(0)"
-    return ""
+    return "{}"
 
 
 def own_name(decl):
@@ -1182,10 +1184,11 @@ binder_status_t writeToParcel(AParcel* parcel) const;
 // The object behind binder: null when binder is null or not of this interface.
 static std::shared_ptr<{name}> fromBinder(const ::ndk::SpAIBinder& binder);
 // An interface travels as its binder; null writes a null binder.
-static binder_status_t writeToParcel(AParcel* parcel, const std::shared_ptr<{name}>& instance);
+static binder_status_t writeToParcel(AParcel* parcel,
+        const std::shared_ptr<{name}>& instance);
 // STATUS_BAD_TYPE when the binder read is not of this interface.
 static binder_status_t readFromParcel(const AParcel* parcel,
-                                      std::shared_ptr<{name}>* instance);
+        std::shared_ptr<{name}>* instance);
 """)
 
     def enum_to_string(self, out, decl, cpp, enumerators):
@@ -1340,8 +1343,8 @@ const char* {name}::descriptor = "{self.decl.qualified}";
         for constant in self.decl.constants:
             if constant.type.target == "String":
                 out.line(f"const char* {name}::{constant.name} = {cpp_string(constant.value)};")
+        out.line()
         out.block(f"""
-
 namespace {{
 
 // Host binders receive no transactions: the class only names the interface.
