@@ -267,7 +267,8 @@ class Parser:
                     break
                 self.expect(",")
         if self.peek.text == ";":
-            raise AidlError(self.peek.where, "forward-declared (structured=false) types are not supported")
+            raise AidlError(self.peek.where,
+                            "forward-declared (structured=false) types are not supported")
         self.expect("{")
         if decl.kind == "enum":
             self.enum_body(decl)
@@ -902,7 +903,8 @@ def sorted_nested(decl):
             if not any(other is not candidate and uses(candidate, other) for other in pending):
                 break
         else:
-            raise AidlError(decl.where, f"the nested types of {decl.name} use each other in a cycle")
+            raise AidlError(decl.where,
+                            f"the nested types of {decl.name} use each other in a cycle")
         pending.remove(candidate)
         done.append(candidate)
     return done
@@ -1119,8 +1121,9 @@ class Generator:
         out.line()
         first = decl.fields[0]
         if first.default_value is not None:
+            value = cpp_value(first.default_value, first.type, decl)
             out.line(f"{name}() : _value(std::in_place_index<0>, "
-                     f"{cpp_type(first.type, decl)}({cpp_value(first.default_value, first.type, decl)})) {{}}")
+                     f"{cpp_type(first.type, decl)}({value})) {{}}")
         else:
             out.line(f"{name}() = default;")
         out.block(f"""
@@ -1243,26 +1246,20 @@ static binder_status_t readFromParcel(const AParcel* parcel,
                 self.union_definitions(out, nested, prefix, owner)
 
     def parcelable_definitions(self, out, decl, prefix, owner):
-        out.block(f"{prefix}binder_status_t {owner}::readFromParcel(const AParcel* parcel) {{")
-        out.indent()
-        out.line("::ndk::internal::ParcelableReader reader(parcel);")
-        for field in decl.fields:
-            method = "ReadNullable" if is_nullable_handle(field.type) else "Read"
-            out.line(f"reader.{method}(&{member_expr(field.name)});")
-        out.line("return reader.Finish();")
-        out.dedent()
-        out.line("}")
-        out.line()
-        out.block(f"{prefix}binder_status_t {owner}::writeToParcel(AParcel* parcel) const {{")
-        out.indent()
-        out.line("::ndk::internal::ParcelableWriter writer(parcel);")
-        for field in decl.fields:
-            method = "WriteNullable" if is_nullable_handle(field.type) else "Write"
-            out.line(f"writer.{method}({member_expr(field.name)});")
-        out.line("return writer.Finish();")
-        out.dedent()
-        out.line("}")
-        out.line()
+        for signature, framing, verb, address in [
+                ("readFromParcel(const AParcel* parcel)", "ParcelableReader reader", "Read", "&"),
+                ("writeToParcel(AParcel* parcel) const", "ParcelableWriter writer", "Write", "")]:
+            local = framing.split()[1]
+            out.block(f"{prefix}binder_status_t {owner}::{signature} {{")
+            out.indent()
+            out.line(f"::ndk::internal::{framing}(parcel);")
+            for field in decl.fields:
+                method = verb + ("Nullable" if is_nullable_handle(field.type) else "")
+                out.line(f"{local}.{method}({address}{member_expr(field.name)});")
+            out.line(f"return {local}.Finish();")
+            out.dedent()
+            out.line("}")
+            out.line()
         out.block(f"{prefix}std::string {owner}::toString() const {{")
         out.indent()
         out.line("std::ostringstream os;")

@@ -501,18 +501,20 @@ binder_status_t ReadAlternative(const AParcel* parcel, Variant* value) {
     if (status == STATUS_OK) value->template emplace<I>(std::move(alternative));
     return status;
 }
+// Calls the one ReadAlternative<I> whose I is index.
 template <typename Variant, size_t... I>
 binder_status_t ReadAlternative(const AParcel* parcel, Variant* value, size_t index,
                                 std::index_sequence<I...>) {
     binder_status_t status = STATUS_BAD_VALUE;
-    ((I == index ? (status = ReadAlternative<I>(parcel, value), true) : false) || ...);
+    (void)((I == index && (status = ReadAlternative<I>(parcel, value), true)) || ...);
     return status;
 }
+// Writes the alternative held, the one whose I is its index.
 template <typename Variant, size_t... I>
 binder_status_t WriteAlternative(AParcel* parcel, const Variant& value, std::index_sequence<I...>) {
     binder_status_t status = STATUS_BAD_VALUE;
-    ((I == value.index() ? (status = AParcel_writeData(parcel, std::get<I>(value)), true) : false) ||
-     ...);
+    (void)((I == value.index() && (status = AParcel_writeData(parcel, std::get<I>(value)), true)) ||
+           ...);
     return status;
 }
 
