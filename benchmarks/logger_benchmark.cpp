@@ -85,8 +85,8 @@ void FillModuleHistory(Logger& logger, uint64_t budget) {
         arguments.emplace_back("id", i);
         if (i % 4 == 0) {
             StreamDescriptor::Reply reply = ActiveReply(i);
-            arguments.push_back(Argument::FromParcelable("reply", reply,
-                                                         ArgumentType::kStreamDescriptorReply));
+            arguments.push_back(
+                    Argument::FromParcelable("reply", reply, ArgumentType::kStreamDescriptorReply));
         }
         PendingEntry call = logger.Begin(LogEntry("IModule", "setMasterMute", std::move(arguments)));
         call.SetReturn(Argument("ret", i));
@@ -104,7 +104,8 @@ void BM_Logger_DetailedDumpOfFullHistory(benchmark::State& state) {
     // Eight lines of header and rules, at least one per entry.
     const double lines = 8.0 + static_cast<double>(logger.GetEntryCount());
     state.counters["entries"] = static_cast<double>(logger.GetEntryCount());
-    state.counters["lines/s"] = benchmark::Counter(lines, benchmark::Counter::kIsIterationInvariantRate);
+    state.counters["lines/s"] =
+            benchmark::Counter(lines, benchmark::Counter::kIsIterationInvariantRate);
 }
 BENCHMARK(BM_Logger_DetailedDumpOfFullHistory)->Unit(benchmark::kMillisecond);
 
@@ -125,8 +126,9 @@ void BM_Logger_HeapPerBudgetByte(benchmark::State& state) {
                 for (int64_t frames = 0; logger.GetLogger().GetBytes() + 512 < kBudget;
                      frames += 480) {
                     // Different burst sizes keep pairs from folding.
-                    logger.LogCommand(StreamDescriptor::Command::make<StreamDescriptor::Command::burst>(
-                            static_cast<int32_t>(frames)));
+                    logger.LogCommand(
+                            StreamDescriptor::Command::make<StreamDescriptor::Command::burst>(
+                                    static_cast<int32_t>(frames)));
                     logger.LogReply(ActiveReply(frames));
                 }
                 ratio = static_cast<double>(HeapInUse() - before) / kBudget;

@@ -4,12 +4,25 @@
 
 #include <aidl/android/media/audio/common/AudioMode.h>
 
+#include <cstdlib>
 #include <cstring>
 
 namespace vendor::zentro::tevrash::audio::hal::utils::interactionlogger {
 
 using aidl::android::hardware::audio::core::StreamDescriptor;
 using android::base::StringPrintf;
+
+namespace {
+
+// The parcel of an argument that must hold one. Any other alternative is a programming error of
+// the caller and ends the process, with or without exceptions enabled.
+const ndk::ScopedAParcel& ParcelOf(const Argument& argument) {
+    const auto* parcel = std::get_if<ndk::ScopedAParcel>(&argument.value);
+    if (parcel == nullptr) std::abort();
+    return *parcel;
+}
+
+}  // namespace
 
 Argument::Argument(const char* name, bool value)
     : value(value), name(name), size(kFixedSize), type(ArgumentType::kBool) {}
@@ -49,8 +62,7 @@ std::string Argument::ToString() const {
             if (type == ArgumentType::kAudioMode) {
                 return StringPrintf(
                         "%s: %s", label,
-                        toString(static_cast<aidl::android::media::audio::common::AudioMode>(
-                                         number))
+                        toString(static_cast<aidl::android::media::audio::common::AudioMode>(number))
                                 .c_str());
             }
             return StringPrintf("%s: %d", label, number);
@@ -63,9 +75,8 @@ std::string Argument::ToString() const {
         case 4:
             return StringPrintf("%s: %s", label, std::get<std::string>(value).c_str());
         default:
-            // The parcel; a valueless variant ends the process in the access.
-            return StringPrintf("%s: %s", label,
-                                ToStringAidl(std::get<ndk::ScopedAParcel>(value)).c_str());
+            // The parcel; a valueless variant ends the process.
+            return StringPrintf("%s: %s", label, ToStringAidl(ParcelOf(*this)).c_str());
     }
 }
 
@@ -139,8 +150,8 @@ bool CompareArgument(const Argument& a, const Argument& b) {
     if (static_cast<int32_t>(a.type) <= static_cast<int32_t>(ArgumentType::kAudioMode)) {
         return EqualValues(a, b);
     }
-    const AParcel* parcel_a = std::get<ndk::ScopedAParcel>(a.value).get();
-    const AParcel* parcel_b = std::get<ndk::ScopedAParcel>(b.value).get();
+    const AParcel* parcel_a = ParcelOf(a).get();
+    const AParcel* parcel_b = ParcelOf(b).get();
     AParcel_setDataPosition(parcel_a, 0);
     AParcel_setDataPosition(parcel_b, 0);
     if (a.type == ArgumentType::kStreamDescriptorReply) return EqualReplies(parcel_a, parcel_b);

@@ -40,10 +40,10 @@ std::string Argument::ToStringAidl(const ndk::ScopedAParcel& parcel) const {
     using RenderFunction = std::string (*)(const AParcel*);
     // Indexed by type - kAudioPort.
     static constexpr RenderFunction kRenderers[] = {
-            Render<media::AudioPort>,                       // kAudioPort
-            Render<core::ModuleDebug>,                      // kModuleDebug
-            Render<media::AudioPortConfig>,                 // kAudioPortConfig
-            Render<core::AudioPatch>,                       // kAudioPatch
+            Render<media::AudioPort>,                          // kAudioPort
+            Render<core::ModuleDebug>,                         // kModuleDebug
+            Render<media::AudioPortConfig>,                    // kAudioPortConfig
+            Render<core::AudioPatch>,                          // kAudioPatch
             Render<core::IModule::OpenInputStreamArguments>,   // kOpenInputStreamArguments
             Render<core::IModule::OpenInputStreamReturn>,      // kOpenInputStreamReturn
             Render<core::IModule::OpenOutputStreamArguments>,  // kOpenOutputStreamArguments
@@ -58,7 +58,8 @@ std::string Argument::ToStringAidl(const ndk::ScopedAParcel& parcel) const {
             Render<common::SinkMetadata>,                      // kSinkMetadata
             Render<common::SourceMetadata>,                    // kSourceMetadata
     };
-    const int32_t index = static_cast<int32_t>(type) - static_cast<int32_t>(ArgumentType::kAudioPort);
+    const int32_t index =
+            static_cast<int32_t>(type) - static_cast<int32_t>(ArgumentType::kAudioPort);
     if (index < 0 || index >= static_cast<int32_t>(std::size(kRenderers))) {
         return android::base::StringPrintf("[unknown %d]", static_cast<int32_t>(type));
     }

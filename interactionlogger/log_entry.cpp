@@ -68,9 +68,8 @@ std::string LogEntry::ToString() const {
             StringAppendF(&text, "time: %d us", execution_time);
         }
     } else {
-        StringAppendF(&text,
-                      "contiguous calls: [count: %d, max: %d us, min: %d us, avg: %d us]", count,
-                      max_time, min_time, total_time / count);
+        StringAppendF(&text, "contiguous calls: [count: %d, max: %d us, min: %d us, avg: %d us]",
+                      count, max_time, min_time, total_time / count);
     }
     return text;
 }

@@ -19,9 +19,18 @@ constexpr char kTitle[] = "AUtl::Logger";
 // The state header of the detailed dump: its bars in columns 2, 4, 6 and 8 stand above the
 // entries' state columns.
 constexpr const char* kStateHeader[] = {
-        "   -- SCO Enabled",       "  /  -- A2DP Suspended", " |  /  -- LE Suspended",
-        " | |  /  -- Audio Mode", " | | |  /",              " | | | |",
+        "   -- SCO Enabled",
+        "  /  -- A2DP Suspended",
+        " |  /  -- LE Suspended",
+        " | |  /  -- Audio Mode",
+        " | | |  /",
+        " | | | |",
 };
+
+// Execution times sum as 32-bit integers that wrap.
+int32_t WrappingAdd(int32_t a, int32_t b) {
+    return static_cast<int32_t>(static_cast<uint32_t>(a) + static_cast<uint32_t>(b));
+}
 
 bool SameCall(const LogEntry& last, const LogEntry& prev) {
     // Cheap checks first: argument comparison may marshal parcels.
@@ -76,12 +85,19 @@ void Logger::FoldLocked() {
     // into or out of it would lose that producer's measurement.
     if (last.execution_time == -1 || prev.execution_time == -1) return;
     if (!SameCall(last, prev)) return;
-    prev.count += 1;
-    prev.max_time = std::max(prev.max_time, last.execution_time);
-    prev.min_time = std::min(prev.min_time, last.execution_time);
-    // The sum wraps as a 32-bit integer.
-    prev.total_time = static_cast<int32_t>(static_cast<uint32_t>(prev.total_time) +
-                                           static_cast<uint32_t>(last.execution_time));
+    if (last.count == 1) {
+        prev.count += 1;
+        prev.max_time = std::max(prev.max_time, last.execution_time);
+        prev.min_time = std::min(prev.min_time, last.execution_time);
+        prev.total_time = WrappingAdd(prev.total_time, last.execution_time);
+    } else {
+        // With several producers, the newest entry may already hold folded calls of its own (an
+        // older entry stayed open while they folded); they all move into prev.
+        prev.count += last.count;
+        prev.max_time = std::max(prev.max_time, last.max_time);
+        prev.min_time = std::min(prev.min_time, last.min_time);
+        prev.total_time = WrappingAdd(prev.total_time, last.total_time);
+    }
     bytes_ -= kEntrySize + last.arguments_size;
     entries_.pop_back();
 }

@@ -28,7 +28,8 @@ void StreamLogger::LogCommand(const StreamDescriptor::Command& command) {
 void StreamLogger::LogReply(const StreamDescriptor::Reply& reply) {
     if (!pending_.has_value()) return;
     // Only the command side of a pair counts against the budget.
-    pending_->SetReturn(Argument::FromParcelable("ret", reply, ArgumentType::kStreamDescriptorReply));
+    pending_->SetReturn(
+            Argument::FromParcelable("ret", reply, ArgumentType::kStreamDescriptorReply));
     pending_.reset();
 }
 

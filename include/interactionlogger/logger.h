@@ -10,11 +10,10 @@
 //   ndk::ScopedAStatus Module::setMasterMute(bool mute) {
 //       std::vector<Argument> arguments;
 //       arguments.emplace_back("mute", mute);
-//       PendingEntry call = logger.Begin(LogEntry("IModule", "setMasterMute", std::move(arguments)));
-//       const bool ok = mixer_.SetIntegerValue("Master Playback Switch", mute ? 0 : 1);
-//       call.SetReturn(Argument("ret", ok));
-//       call.SetErrorCode(ok ? 0 : EX_ILLEGAL_STATE);
-//       return ...;
+//       PendingEntry call = logger.Begin(LogEntry("IModule", "setMasterMute",
+//       std::move(arguments))); const bool ok = mixer_.SetIntegerValue("Master Playback Switch",
+//       mute ? 0 : 1); call.SetReturn(Argument("ret", ok)); call.SetErrorCode(ok ? 0 :
+//       EX_ILLEGAL_STATE); return ...;
 //   }   // call closes here: its execution time is taken and it may fold into the previous entry
 //
 // StreamLogger does the same for the commands and replies of one stream.
@@ -86,8 +85,7 @@ struct Argument {
     // Writes object into a new parcel with its writeToParcel and stores it; the write's status is
     // not looked at (a failed write stores what the parcel holds).
     template <typename Parcelable>
-    static Argument FromParcelable(const char* name, const Parcelable& object,
-                                   ArgumentType type) {
+    static Argument FromParcelable(const char* name, const Parcelable& object, ArgumentType type) {
         ndk::ScopedAParcel parcel(AParcel_create());
         (void)object.writeToParcel(parcel.get());
         return Argument(name, std::move(parcel), type);
@@ -159,6 +157,7 @@ struct LogEntry {
 
   private:
     friend class Logger;
+    friend class PendingEntry;
     // Set by the Logger on Append; strictly increasing along the history, so an open-entry handle
     // finds its entry again even when another entry now lives at the same address.
     uint64_t sequence_ = 0;

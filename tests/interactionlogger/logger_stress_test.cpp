@@ -21,8 +21,8 @@ void LogModuleCall(Logger& logger, int thread, int i) {
     std::vector<Argument> arguments;
     arguments.emplace_back("mute", i % 4 == 0);
     if (i % 3 == 0) arguments.emplace_back("name", thread % 2 == 0 ? "speaker" : "earpiece");
-    PendingEntry call = logger.Begin(LogEntry("IModule", i % 5 == 0 ? "setMode" : "setMasterMute",
-                                              std::move(arguments)));
+    PendingEntry call = logger.Begin(
+            LogEntry("IModule", i % 5 == 0 ? "setMode" : "setMasterMute", std::move(arguments)));
     call.SetReturn(Argument("ret", i % 7 != 0));
     if (i % 11 == 0) call.SetErrorCode(-22);
 }
@@ -32,7 +32,8 @@ void LogStreamCall(Logger& logger, int i) {
     std::vector<Argument> arguments;
     arguments.push_back(Argument::FromParcelable(
             "command",
-            StreamDescriptor::Command::make<StreamDescriptor::Command::burst>(i % 10 == 0 ? 960 : 1920),
+            StreamDescriptor::Command::make<StreamDescriptor::Command::burst>(i % 10 == 0 ? 960
+                                                                                          : 1920),
             ArgumentType::kStreamDescriptorCommand));
     PendingEntry call = logger.Begin(LogEntry("StreamDescriptor", "Command", std::move(arguments)));
     StreamDescriptor::Reply reply;

@@ -166,9 +166,8 @@ TEST_F(LoggerTest, Balance_OldestLeaveForTheNewest) {
     EXPECT_EQ(logger.GetEntryCount(), 3u);
     EXPECT_EQ(logger.GetBytes(), 768u);
     std::vector<int32_t> values;
-    logger.ForEachEntry([&](const LogEntry& e) {
-        values.push_back(std::get<int32_t>(e.arguments[0].value));
-    });
+    logger.ForEachEntry(
+            [&](const LogEntry& e) { values.push_back(std::get<int32_t>(e.arguments[0].value)); });
     EXPECT_EQ(values, (std::vector<int32_t>{1, 2, 3}));
 
     // An entry larger than the whole budget empties the history and stays alone until the next
@@ -190,9 +189,9 @@ TEST_F(LoggerTest, Reset_EmptiesHistoryKeepsState) {
     logger.Reset();
     EXPECT_EQ(logger.GetEntryCount(), 0u);
     EXPECT_EQ(logger.GetBytes(), 0u);
-    EXPECT_THAT(DumpLines(logger, false),
-                ElementsAre("Interaction logger(0, 0):", std::string(142, '='),
-                            std::string(142, '=')));
+    EXPECT_THAT(
+            DumpLines(logger, false),
+            ElementsAre("Interaction logger(0, 0):", std::string(142, '='), std::string(142, '=')));
     logger.Append(Call("f"));
     logger.ForEachEntry([](const LogEntry& e) { EXPECT_EQ(e.audio_mode, 3); });
 }
@@ -266,8 +265,10 @@ TEST_F(LoggerTest, Dump_PlainLayout) {
     const std::vector<std::string> expected = {
             "Interaction logger(2, 512):",
             std::string(142, '='),
-            "03-05 14:07:09.123 IModule::f: args(1): [value: 1], ret: not set, ecode: 0, time: 7 us",
-            "03-05 14:07:09.123 IModule::g: args(1): [value: 2], ret: not set, ecode: 0, time: 8 us",
+            "03-05 14:07:09.123 IModule::f: args(1): [value: 1], ret: not set, ecode: 0, time: 7 "
+            "us",
+            "03-05 14:07:09.123 IModule::g: args(1): [value: 2], ret: not set, ecode: 0, time: 8 "
+            "us",
             std::string(142, '='),
     };
     EXPECT_EQ(DumpLines(logger, false), expected);
@@ -290,13 +291,13 @@ TEST_F(LoggerTest, DumpToLogcat_NewestFirst) {
         logger.DumpToLogcat(0);
         logger.DumpToLogcat(-1);
         EXPECT_EQ(logs.Messages("AUtl::Logger"),
-                  (std::vector<std::string>{first, line("c"), line("b"), line("a"), last,
-                                            "=============== Last 2 calls ================",
-                                            line("c"), line("b"), last,
-                                            "=============== Last 0 calls ================", last,
-                                            "=============== Last -1 calls ================",
-                                            last}));
-        for (const LogLine& l : logs.Lines("AUtl::Logger")) EXPECT_EQ(l.severity, android::base::INFO);
+                  (std::vector<std::string>{
+                          first, line("c"), line("b"), line("a"), last,
+                          "=============== Last 2 calls ================", line("c"), line("b"),
+                          last, "=============== Last 0 calls ================", last,
+                          "=============== Last -1 calls ================", last}));
+        for (const LogLine& l : logs.Lines("AUtl::Logger"))
+            EXPECT_EQ(l.severity, android::base::INFO);
     }
     {
         LogCapture logs;
@@ -338,6 +339,22 @@ TEST_F(LoggerTest, PendingEntry_ClosesAndFolds) {
     first.Close();
     first.Close();
     logger.ForEachEntry([&](const LogEntry& e) { EXPECT_GE(e.execution_time, 0); });
+}
+
+TEST_F(LoggerTest, PendingEntry_InterleavedProducersKeepEveryCall) {
+    Logger logger(1 << 20);
+    // One producer's call stays open while another's identical calls fold behind it.
+    PendingEntry open = logger.Begin(LogEntry("IModule", "f"));
+    logger.Begin(LogEntry("IModule", "f")).Close();
+    logger.Begin(LogEntry("IModule", "f")).Close();
+    EXPECT_EQ(logger.GetEntryCount(), 2u);
+    open.Close();
+    ASSERT_EQ(logger.GetEntryCount(), 1u);
+    logger.ForEachEntry([](const LogEntry& e) {
+        EXPECT_EQ(e.count, 3);
+        EXPECT_LE(e.min_time, e.max_time);
+    });
+    EXPECT_EQ(logger.GetBytes(), 192u);
 }
 
 TEST_F(LoggerTest, PendingEntry_EntryGoneIsHarmless) {

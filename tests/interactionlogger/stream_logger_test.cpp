@@ -1,6 +1,6 @@
 #include <interactionlogger/logger.h>
 
-#include <regex>
+#include <cctype>
 #include <sstream>
 #include <thread>
 
@@ -31,11 +31,38 @@ Reply Active(int64_t frames, int32_t xruns = 0) {
     return reply;
 }
 
-// The dump with its clock-dependent parts replaced: "T" for the start time, "N" for durations.
+// The dump with its clock-dependent parts replaced: "T" for a start time ("MM-DD hh:mm:ss.mmm"),
+// "N" for the number of every "<number> us".
 std::string Normalized(const std::string& text) {
-    static const std::regex kStart(R"(\d\d-\d\d \d\d:\d\d:\d\d\.\d\d\d )");
-    static const std::regex kMicros(R"(-?\d+ us)");
-    return std::regex_replace(std::regex_replace(text, kStart, "T "), kMicros, "N us");
+    auto matches = [&](size_t at, std::string_view pattern) {
+        if (at + pattern.size() > text.size()) return false;
+        for (size_t i = 0; i < pattern.size(); ++i) {
+            const char c = text[at + i];
+            if (pattern[i] == 'd' ? !std::isdigit(static_cast<unsigned char>(c)) : c != pattern[i]) {
+                return false;
+            }
+        }
+        return true;
+    };
+    std::string out;
+    for (size_t i = 0; i < text.size();) {
+        if (matches(i, "dd-dd dd:dd:dd.ddd ")) {
+            out += "T ";
+            i += 19;
+            continue;
+        }
+        size_t end = i + (text[i] == '-' ? 1 : 0);
+        while (end < text.size() && std::isdigit(static_cast<unsigned char>(text[end]))) ++end;
+        const bool digits = end > i + (text[i] == '-' ? 1 : 0);
+        if (digits && (i == 0 || !std::isalnum(static_cast<unsigned char>(text[i - 1]))) &&
+            text.compare(end, 3, " us") == 0) {
+            out += "N";
+            i = end;
+            continue;
+        }
+        out += text[i++];
+    }
+    return out;
 }
 
 std::string Dump(StreamLogger& logger, std::vector<std::string_view> filters = {}) {

@@ -3,11 +3,13 @@
 namespace autl {
 
 // Each command defines its entry in its own cmd_<name>.cpp.
+extern const Command kMixerCommand;
 
 std::span<const Command> Commands() {
     static const Command kCommands[] = {
             {"help", "list the commands, or show the help of one", "usage: autl help [COMMAND]\n",
              nullptr},
+            kMixerCommand,
     };
     return kCommands;
 }

@@ -1,0 +1,89 @@
+"""Tests of generate_ndk.py: the errors it gives for declarations outside its AIDL subset, and the
+C++ it writes for a small declaration."""
+
+import contextlib
+import io
+import os
+import sys
+import tempfile
+import unittest
+
+sys.path.insert(0, os.path.join(os.path.dirname(__file__), "..", "..", "host", "aidl"))
+import generate_ndk  # noqa: E402
+
+
+class GenerateNdkTest(unittest.TestCase):
+    def setUp(self):
+        self.root = tempfile.TemporaryDirectory()
+        self.out = os.path.join(self.root.name, "out")
+
+    def tearDown(self):
+        self.root.cleanup()
+
+    def write(self, name, text):
+        path = os.path.join(self.root.name, "a", "b", name)
+        os.makedirs(os.path.dirname(path), exist_ok=True)
+        with open(path, "w") as f:
+            f.write(text)
+        return path
+
+    def run_generator(self, path):
+        errors = io.StringIO()
+        with contextlib.redirect_stderr(errors):
+            status = generate_ndk.main(["--root", self.root.name, "--out", self.out, path])
+        return status, errors.getvalue()
+
+    def test_errors_name_file_and_line(self):
+        cases = [
+            ("interface IThing {\n    void ping();\n}\n",
+             "IThing.aidl:4: interfaces hold only constants and nested types here: methods are "
+             "not supported (interfaces are binder handles)"),
+            ("parcelable Thing {\n    Missing value;\n}\n", "Thing.aidl:4: unknown type Missing"),
+            ("@Hide\nparcelable Thing {}\n", "Thing.aidl:3: annotation @Hide is not supported here"),
+            ("parcelable Thing {\n    @nullable int value;\n}\n",
+             "Thing.aidl:4: int cannot be @nullable"),
+            ("parcelable Thing {\n    byte value = 300;\n}\n",
+             "Thing.aidl:4: 300 does not fit in byte"),
+            ("enum Thing {\n    A = B,\n    B = A,\n}\n", "Thing.aidl:4: A depends on itself"),
+            ("parcelable Thing {\n    List<int> values;\n}\n",
+             "Thing.aidl:4: type List is not supported"),
+            ("parcelable Thing {\n    int value\n}\n", "Thing.aidl:5: expected ';', found '}'"),
+        ]
+        for body, expected in cases:
+            name = expected.split(":")[0]
+            path = self.write(name, "package a.b;\n\n" + body)
+            status, errors = self.run_generator(path)
+            self.assertEqual(1, status, body)
+            self.assertEqual(f"error: {os.path.relpath(path)}:{expected.split(':', 1)[1]}\n",
+                             errors)
+            os.remove(path)
+
+    def test_file_must_match_package(self):
+        path = self.write("Other.aidl", "package a.b;\n\nparcelable Thing {}\n")
+        status, errors = self.run_generator(path)
+        self.assertEqual(1, status)
+        self.assertIn("type a.b.Thing belongs in a/b/Thing.aidl", errors)
+
+    def test_parcelable_source(self):
+        path = self.write("Thing.aidl", "package a.b;\n\nparcelable Thing {\n"
+                          "    const long NONE = -1;\n    long at = NONE;\n"
+                          "    @nullable @utf8InCpp String name;\n}\n")
+        self.assertEqual((0, ""), self.run_generator(path))
+        with open(os.path.join(self.out, "a", "b", "Thing.cpp")) as f:
+            source = f.read()
+        self.assertIn(
+            "binder_status_t Thing::readFromParcel(const AParcel* parcel) {\n"
+            "    ::ndk::internal::ParcelableReader reader(parcel);\n"
+            "    reader.Read(&at);\n"
+            "    reader.Read(&name);\n"
+            "    return reader.Finish();\n"
+            "}\n", source)
+        with open(os.path.join(self.out, "include", "aidl", "a", "b", "Thing.h")) as f:
+            header = f.read()
+        self.assertIn("    enum : int64_t { NONE = -1 };\n\n"
+                      "    int64_t at = -1;\n"
+                      "    std::optional<std::string> name{};\n", header)
+
+
+if __name__ == "__main__":
+    unittest.main()

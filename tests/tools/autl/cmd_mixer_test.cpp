@@ -1,0 +1,155 @@
+// `autl mixer`, run as a program against the test control plugin's cards.
+
+#include <fcntl.h>
+#include <spawn.h>
+#include <sys/wait.h>
+
+#include <string>
+#include <vector>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <tinyalsa/asoundlib.h>
+
+#include "fake_alsa_card.h"
+#include "temp_dir.h"
+
+extern char** environ;
+
+namespace autl {
+namespace {
+
+using ::testing::ElementsAre;
+
+struct Outcome {
+    int status;
+    std::string out;
+    std::string err;
+};
+
+// Runs `autl mixer ARGS...` with the test's environment; -1 as status if it did not exit.
+Outcome Mixer(std::vector<std::string> args) {
+    test::TempDir dir;
+    args.insert(args.begin(), {AUTL_TOOL, "mixer"});
+    std::vector<char*> argv;
+    for (std::string& arg : args) argv.push_back(arg.data());
+    argv.push_back(nullptr);
+    posix_spawn_file_actions_t actions;
+    posix_spawn_file_actions_init(&actions);
+    posix_spawn_file_actions_addopen(&actions, 1, dir.Join("out").c_str(),
+                                     O_WRONLY | O_CREAT | O_TRUNC, 0644);
+    posix_spawn_file_actions_addopen(&actions, 2, dir.Join("err").c_str(),
+                                     O_WRONLY | O_CREAT | O_TRUNC, 0644);
+    pid_t pid = 0;
+    int status = 0;
+    const bool ran = posix_spawn(&pid, AUTL_TOOL, &actions, nullptr, argv.data(), environ) == 0 &&
+                     waitpid(pid, &status, 0) == pid && WIFEXITED(status);
+    posix_spawn_file_actions_destroy(&actions);
+    return {ran ? WEXITSTATUS(status) : -1, test::ReadFile(dir.Join("out")),
+            test::ReadFile(dir.Join("err"))};
+}
+
+class MixerCommandTest : public ::testing::Test {
+  protected:
+    test::FakeAlsaCards cards_;
+};
+
+TEST_F(MixerCommandTest, List_PrintsEveryControlOnceWithItsValue) {
+    const Outcome run = Mixer({"list", "2"});
+    EXPECT_EQ(run.status, 0);
+    EXPECT_EQ(run.out,
+              "card 2: Test Card 2\n"
+              "name            type     count  value\n"
+              "Speaker Volume  integer  2      50 (first of 2)\n"
+              "Codec Blob      bytes    8      1 2 3 4 127 128 254 255\n"
+              "Route Select    enum     1      Speaker [Off, Speaker, Headset]\n"
+              "Mute Switch     bool     1      0\n"
+              "Big Counter     int64    1      -\n"
+              "Dup Gain        integer  1      3\n"
+              "Faulty Level    integer  1      -1\n");
+    EXPECT_EQ(run.err, "");
+}
+
+TEST_F(MixerCommandTest, SetThenGet_RoundTripsEachKindOfControl) {
+    struct Case {
+        std::vector<std::string> set;
+        std::string name;
+        std::string value;
+    };
+    const Case cases[] = {
+            {{"-10"}, "Speaker Volume", "-10\n"},
+            {{"7", "100"}, "Speaker Volume", "7\n"},
+            {{"1"}, "Mute Switch", "1\n"},
+            {{"255", "0", "1", "2", "3", "4", "5", "128"}, "Codec Blob", "255 0 1 2 3 4 5 128\n"},
+            {{"9"}, "Codec Blob", "9 9 9 9 9 9 9 9\n"},
+            {{"Headset"}, "Route Select", "Headset\n"},
+    };
+    for (const Case& c : cases) {
+        std::vector<std::string> set = {"set", "0", c.name};
+        set.insert(set.end(), c.set.begin(), c.set.end());
+        const Outcome written = Mixer(set);
+        EXPECT_EQ(written.status, 0) << c.name << ": " << written.err;
+        EXPECT_EQ(written.out + written.err, "");
+        const Outcome read = Mixer({"get", "0", c.name});
+        EXPECT_EQ(read.status, 0);
+        EXPECT_EQ(read.out, c.value);
+    }
+
+    // One value is written to every value of the control.
+    ASSERT_EQ(Mixer({"set", "0", "Speaker Volume", "5"}).status, 0);
+    mixer* card = mixer_open(0);
+    ASSERT_NE(card, nullptr);
+    long values[2] = {};
+    EXPECT_EQ(mixer_ctl_get_array(mixer_get_ctl_by_name(card, "Speaker Volume"), values, 2), 0);
+    mixer_close(card);
+    EXPECT_THAT(values, ElementsAre(5, 5));
+}
+
+TEST_F(MixerCommandTest, Errors_NameTheCardControlOrValue) {
+    const std::string help = "Try 'autl mixer --help'.\n";
+    struct Case {
+        std::vector<std::string> args;
+        int status;
+        std::string err;
+    };
+    const Case cases[] = {
+            {{"list", "8"}, 1, "autl mixer: cannot open sound card 8: No such device\n"},
+            {{"get", "0", "Volume"}, 1, "autl mixer: card 0 has no control 'Volume'\n"},
+            {{"get", "0", "Big Counter"}, 1, "autl mixer: cannot read 'Big Counter' of card 0\n"},
+            {{"set", "0", "Speaker Volume", "101"},
+             1,
+             "autl mixer: card 0 refused '101' for 'Speaker Volume'\n"},
+            {{"set", "0", "Faulty Level", "1"},
+             1,
+             "autl mixer: card 0 refused '1' for 'Faulty Level'\n"},
+            {{"set", "0", "Route Select", "Loud"},
+             1,
+             "autl mixer: 'Loud' is not an item of 'Route Select' (Off, Speaker, Headset)\n"},
+            {{"set", "0", "Big Counter", "1"},
+             1,
+             "autl mixer: 'Big Counter' is an int64 control, which tinyalsa cannot write\n"},
+            {{"set", "0", "Speaker Volume", "1", "2", "3"},
+             2,
+             "autl mixer: 'Speaker Volume' has 2 values: give 1 or 2\n" + help},
+            {{"set", "0", "Codec Blob", "256"},
+             2,
+             "autl mixer: invalid value '256' for bytes control 'Codec Blob'\n" + help},
+            {{"set", "0", "Mute Switch", "on"},
+             2,
+             "autl mixer: invalid value 'on' for bool control 'Mute Switch'\n" + help},
+            {{"list", "-1"}, 2, "autl mixer: invalid card number '-1'\n" + help},
+            {{"get", "0"}, 2, "autl mixer: wrong number of arguments for get\n" + help},
+            {{"mute", "0"}, 2, "autl mixer: unknown action 'mute'\n" + help},
+            {{}, 2, "autl mixer: missing action: list, get or set\n" + help},
+    };
+    for (const Case& c : cases) {
+        const Outcome run = Mixer(c.args);
+        EXPECT_EQ(run.status, c.status) << c.err;
+        EXPECT_EQ(run.out, "");
+        EXPECT_EQ(run.err, c.err);
+    }
+    EXPECT_EQ(Mixer({"get", "0", "Speaker Volume"}).out, "50\n");
+}
+
+}  // namespace
+}  // namespace autl
