@@ -59,12 +59,21 @@ namespace {
 // Room for n bytes at the position, padded to 4 with zeros, growing the data as needed; the
 // position moves past it. Objects whose bytes are overwritten are dropped. Null when the data
 // would outgrow the int32 sizes of the API.
+constexpr size_t kMinCapacity = 32;
+
 uint8_t* WriteSpan(AParcel* parcel, size_t n) {
     const size_t padded = Pad4(n);
     if (n > kMaxDataSize || parcel->position > kMaxDataSize - padded) return nullptr;
     const size_t start = parcel->position;
     const size_t end = start + padded;
-    if (end > parcel->data.size()) parcel->data.resize(end);
+    if (end > parcel->data.size()) {
+        // Grow geometrically from a small first block: parcelables are written one field at a
+        // time, and growing by the field would reallocate on nearly every write.
+        if (end > parcel->data.capacity()) {
+            parcel->data.reserve(std::max({end, 2 * parcel->data.capacity(), kMinCapacity}));
+        }
+        parcel->data.resize(end);
+    }
     std::erase_if(parcel->objects, [&](const ParcelObject& object) {
         return object.offset < end && object.offset + sizeof(FlatBinderObject) > start;
     });
