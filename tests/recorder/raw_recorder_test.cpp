@@ -15,7 +15,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "bytes.h"
+#include "little_endian.h"
 #include "log_capture.h"
 #include "temp_dir.h"
 
