@@ -23,6 +23,7 @@ using vendor::zentro::tevrash::audio::hal::utils::recorder::EncodedRecorder;
 using vendor::zentro::tevrash::audio::hal::utils::recorder::WaveRecorder;
 
 const std::string kHelp = "Try 'autl tap0 --help'.\n";
+constexpr char kColumns[] = "offset      length   channels  rate    format        word\n";
 
 ProgramRun Tap0(std::vector<std::string> args) {
     args.insert(args.begin(), {AUTL_TOOL, "tap0"});
@@ -56,19 +57,16 @@ TEST_F(Tap0CommandTest, Info_ListsEveryFrameAndASummary) {
             Record({std::string(1920, 'a'), std::string(10, 'b'), std::string(1920, 'c')});
     const ProgramRun run = Tap0({"info", capture});
     EXPECT_EQ(run.status, 0);
-    EXPECT_EQ(run.out,
-              "offset      length   channels  rate    format        word\n"
-              "0           1920     2         48000   INT_16_BIT    0x01355007\n"
-              "1940        10       2         48000   INT_16_BIT    0x01355007\n"
-              "1970        1920     2         48000   INT_16_BIT    0x01355007\n"
-              "3 frames, 3850 payload bytes, 0.020 s of audio\n");
+    EXPECT_EQ(run.out, std::string(kColumns) +
+                               "0           1920     2         48000   INT_16_BIT    0x01355007\n"
+                               "1940        10       2         48000   INT_16_BIT    0x01355007\n"
+                               "1970        1920     2         48000   INT_16_BIT    0x01355007\n"
+                               "3 frames, 3850 payload bytes, 0.020 s of audio\n");
     EXPECT_EQ(run.err, "");
 
     const ProgramRun empty = Tap0({"info", Record({})});
     EXPECT_EQ(empty.status, 0);
-    EXPECT_EQ(empty.out,
-              "offset      length   channels  rate    format        word\n"
-              "0 frames, 0 payload bytes\n");
+    EXPECT_EQ(empty.out, std::string(kColumns) + "0 frames, 0 payload bytes\n");
 }
 
 // Frames up to the damage are listed; the damage goes to stderr with its offset.
@@ -77,10 +75,9 @@ TEST_F(Tap0CommandTest, Info_DamagedCapture_ReportsWhereAndFails) {
     Append(capture, "tap1 and the rest");
     const ProgramRun run = Tap0({"info", capture});
     EXPECT_EQ(run.status, 1);
-    EXPECT_EQ(run.out,
-              "offset      length   channels  rate    format        word\n"
-              "0           10       1         16000   FLOAT_32_BIT  0x00613007\n"
-              "1 frame, 10 payload bytes, 0.000 s of audio\n");
+    EXPECT_EQ(run.out, std::string(kColumns) +
+                               "0           10       1         16000   FLOAT_32_BIT  0x00613007\n"
+                               "1 frame, 10 payload bytes, 0.000 s of audio\n");
     EXPECT_EQ(run.err,
               "autl tap0: " + capture + ": frame 1 at offset 30: bad marker 'tap1', not 'tap0'\n");
 }
@@ -91,12 +88,11 @@ TEST_F(Tap0CommandTest, Info_FormatChanges_AreCounted) {
     Append(capture, ReadFile(Record({"ef"})));
     const ProgramRun run = Tap0({"info", capture});
     EXPECT_EQ(run.status, 0);
-    EXPECT_EQ(run.out,
-              "offset      length   channels  rate    format        word\n"
-              "0           2        2         48000   INT_16_BIT    0x01355007\n"
-              "22          2        1         8000    DEFAULT       0x01103007\n"
-              "44          2        2         48000   INT_16_BIT    0x01355007\n"
-              "3 frames, 6 payload bytes, 2 format changes\n");
+    EXPECT_EQ(run.out, std::string(kColumns) +
+                               "0           2        2         48000   INT_16_BIT    0x01355007\n"
+                               "22          2        1         8000    DEFAULT       0x01103007\n"
+                               "44          2        2         48000   INT_16_BIT    0x01355007\n"
+                               "3 frames, 6 payload bytes, 2 format changes\n");
 }
 
 TEST_F(Tap0CommandTest, Wav_WritesWhatWaveRecorderWouldHave) {
