@@ -228,7 +228,9 @@ int WaveRecorder::Record(void* data, int size) {
 }
 
 int WaveRecorder::GetFrameSize() {
-    return channel_count_ * GetSampleSize();
+    // 32-bit and unchecked, as in the header: a huge channel count wraps instead of overflowing.
+    return static_cast<int>(static_cast<uint32_t>(channel_count_) *
+                            static_cast<uint32_t>(GetSampleSize()));
 }
 
 int WaveRecorder::GetSampleSize() {
