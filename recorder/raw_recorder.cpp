@@ -207,28 +207,23 @@ int WaveRecorder::Record(void* data, int size) {
     if (IsRefusedChunk(data, size) || !IsStarted()) return 0;
     // Opening without truncating does not create the file: it is the one Start created.
     std::fstream file(GetPath(), std::ios::in | std::ios::out | std::ios::binary);
-    // A file still shorter than a header (the first chunk) gets the header that counts the data
-    // before this chunk, so that the chunk lands after it.
-    file.seekp(0, std::ios::end);
-    if (file.tellp() < kHeaderSize) {
-        file.seekp(0);
-        file.write(header_.data(), kHeaderSize);
-    }
     // The sizes grow whether or not the file could be opened.
     Put32(&header_[kChunkSizeAt], Get32(&header_[kChunkSizeAt]) + static_cast<uint32_t>(size));
     Put32(&header_[kDataSizeAt], Get32(&header_[kDataSizeAt]) + static_cast<uint32_t>(size));
-    // The chunk reaches the file before the header that counts it: a process killed in between
-    // leaves a playable file whose header counts all the data but this chunk, never one that
-    // counts bytes that are not there.
-    file.seekp(0, std::ios::end);
-    file.write(static_cast<const char*>(data), size);
+    // The header that counts the chunk goes first, then the chunk: after every Record the file is
+    // a complete WAV file. A process killed between the two leaves a header that counts at most
+    // this one chunk more than the file holds, which players read up to the end of the file.
     file.seekp(0);
     file.write(header_.data(), kHeaderSize);
+    file.seekp(0, std::ios::end);
+    file.write(static_cast<const char*>(data), size);
     return size;
 }
 
 int WaveRecorder::GetFrameSize() {
-    return channel_count_ * GetSampleSize();
+    // 32-bit and unchecked, as in the header: a huge channel count wraps instead of overflowing.
+    return static_cast<int>(static_cast<uint32_t>(channel_count_) *
+                            static_cast<uint32_t>(GetSampleSize()));
 }
 
 int WaveRecorder::GetSampleSize() {

@@ -105,8 +105,7 @@ int Wav(const std::string& path, const std::string& out_path) {
                   << "; the frame is left out\n";
     }
     std::cout << out_path << ": " << plan->frames << (plan->frames == 1 ? " frame, " : " frames, ")
-              << plan->data_size << " data bytes, " << plan->format.channels << " channels, "
-              << plan->format.sample_rate << " Hz, " << capture::SampleFormatName(plan->format)
+              << plan->data_size << " data bytes, " << capture::DescribeTap0Format(plan->format)
               << "\n";
     return kExitSuccess;
 }

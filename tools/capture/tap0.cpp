@@ -41,11 +41,6 @@ const SampleFormat* FindSampleFormat(int code) {
     return nullptr;
 }
 
-std::string Describe(const Tap0Format& format) {
-    return StringPrintf("0x%08x: %d channels, %u Hz, %s", format.word, format.channels,
-                        format.sample_rate, SampleFormatName(format).c_str());
-}
-
 std::string Text(const uint8_t* at, size_t size) {
     return PrintableText(std::string_view(reinterpret_cast<const char*>(at), size));
 }
@@ -69,6 +64,12 @@ Tap0Format DecodeTap0Format(uint32_t word) {
 std::string SampleFormatName(const Tap0Format& format) {
     if (!format.pcm_type.has_value()) return StringPrintf("code 0x%02x", format.format_code);
     return toString(*format.pcm_type);
+}
+
+std::string DescribeTap0Format(const Tap0Format& format) {
+    return StringPrintf("0x%08x: %d channel%s, %u Hz, %s", format.word, format.channels,
+                        format.channels == 1 ? "" : "s", format.sample_rate,
+                        SampleFormatName(format).c_str());
 }
 
 int SampleSize(const Tap0Format& format) {
@@ -143,7 +144,7 @@ std::optional<Tap0WavePlan> PlanTap0Wave(std::span<const uint8_t> capture, std::
             *error = StringPrintf("frame %llu at offset %llu changes the format from ",
                                   static_cast<unsigned long long>(frame->index),
                                   static_cast<unsigned long long>(frame->offset)) +
-                     Describe(plan.format) + " to " + Describe(frame->format);
+                     DescribeTap0Format(plan.format) + " to " + DescribeTap0Format(frame->format);
             return std::nullopt;
         }
         data_size += frame->payload.size();
@@ -162,12 +163,12 @@ std::optional<Tap0WavePlan> PlanTap0Wave(std::span<const uint8_t> capture, std::
         return std::nullopt;
     }
     if (!plan.format.pcm_type.has_value()) {
-        *error = "the format is no PCM: " + Describe(plan.format);
+        *error = "the format is no PCM: " + DescribeTap0Format(plan.format);
         return std::nullopt;
     }
     if (plan.format.channels == 0) {
         *error = "the format word counts 0 channels (8 channels are stored as 0): " +
-                 Describe(plan.format);
+                 DescribeTap0Format(plan.format);
         return std::nullopt;
     }
     constexpr uint64_t kMaxDataSize = UINT32_MAX - (kWaveHeaderSize - 8);

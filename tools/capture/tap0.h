@@ -48,6 +48,8 @@ struct Tap0Format {
 Tap0Format DecodeTap0Format(uint32_t word);
 // "INT_16_BIT" and so on, or the code itself ("code 0x2a") when it is no PCM.
 std::string SampleFormatName(const Tap0Format& format);
+// "0x01355007: 2 channels, 48000 Hz, INT_16_BIT".
+std::string DescribeTap0Format(const Tap0Format& format);
 // Bytes per sample: 1, 2, 3 or 4; 0 when the code is no PCM.
 int SampleSize(const Tap0Format& format);
 
