@@ -65,8 +65,8 @@ std::optional<std::string> MakeFolder(const std::string& folder, std::string* er
     std::error_code code;
     std::filesystem::create_directories(folder, code);
     if (code || !std::filesystem::is_directory(folder, code)) {
-        *error = "cannot create folder '" + folder + "': " +
-                 (code ? code.message() : std::string("not a directory"));
+        *error = "cannot create folder '" + folder +
+                 "': " + (code ? code.message() : std::string("not a directory"));
         return std::nullopt;
     }
     return folder;
@@ -100,9 +100,9 @@ int Run(const Args& args) {
         root = std::string(*text);
     }
     std::string error;
-    const std::optional<std::string> folder = parsed.Option("--out")
-                                                      ? MakeFolder(std::string(*parsed.Option("--out")), &error)
-                                                      : MakeSessionFolder(&error);
+    const std::optional<std::string> folder =
+            parsed.Option("--out") ? MakeFolder(std::string(*parsed.Option("--out")), &error)
+                                   : MakeSessionFolder(&error);
     if (!folder) return Failure(kDemoCommand, error);
 
     // The session: a wake lock for its length (on a host without the kernel's wake lock files
@@ -152,7 +152,8 @@ const Command kDemoCommand = {
         "usage: autl demo [--seconds N] [--out DIR] [--root DIR] [FILTER...]\n"
         "\n"
         "Plays a HAL session with the library: an output stream's worker takes a command every\n"
-        "5 ms (start, bursts, pause, drain, standby, now and then a failed transfer), logs it with\n"
+        "5 ms (start, bursts, pause, drain, standby, now and then a failed transfer), logs it "
+        "with\n"
         "its reply and records the tone it plays as WAV and tap0 captures; module calls (mute,\n"
         "audio mode, SCO, output streams, patches) arrive on two threads and are logged into one\n"
         "logger; configuration files are looked up; a wake lock is held. Then it writes the HAL's\n"

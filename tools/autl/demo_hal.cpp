@@ -233,7 +233,7 @@ void DemoModule::PolicyCalls(int round) {
     if (round % 25 == 10) {
         // A call starts: communication mode, then a SCO link to a headset.
         const auto mode = static_cast<int32_t>(round % 50 == 10 ? AudioMode::IN_COMMUNICATION
-                                                                 : AudioMode::NORMAL);
+                                                                : AudioMode::NORMAL);
         Call("android.hardware.audio.core.ITelephony", "setAudioMode",
              One(Argument("mode", mode, ArgumentType::kAudioMode)), 400us, Argument("ret", true));
         logger_.SetAudioMode(mode);
