@@ -1345,7 +1345,7 @@ const char* {name}::descriptor = "{self.decl.qualified}";
 namespace {{
 
 // Host binders receive no transactions: the class only names the interface.
-AIBinder_Class* const kClass = ::ndk::ICInterface::defineClass({name}::descriptor, nullptr);
+AIBinder_Class* const k{name}Class = ::ndk::ICInterface::defineClass({name}::descriptor, nullptr);
 
 }}  // namespace
 
@@ -1353,7 +1353,7 @@ AIBinder_Class* const kClass = ::ndk::ICInterface::defineClass({name}::descripto
 {name}::~{name}() = default;
 
 std::shared_ptr<{name}> {name}::fromBinder(const ::ndk::SpAIBinder& binder) {{
-    if (!AIBinder_associateClass(binder.get(), kClass)) return nullptr;
+    if (!AIBinder_associateClass(binder.get(), k{name}Class)) return nullptr;
     return std::static_pointer_cast<{name}>(::ndk::ICInterface::asInterface(binder.get()));
 }}
 
@@ -1374,7 +1374,7 @@ binder_status_t {name}::readFromParcel(const AParcel* parcel, std::shared_ptr<{n
 {bn}::~{bn}() = default;
 
 ::ndk::SpAIBinder {bn}::createBinder() {{
-    AIBinder* binder = AIBinder_new(kClass, static_cast<void*>(this));
+    AIBinder* binder = AIBinder_new(k{name}Class, static_cast<void*>(this));
 """)
         if vintf:
             out.line("    AIBinder_markVintfStability(binder);")
