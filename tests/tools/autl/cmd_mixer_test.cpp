@@ -1,10 +1,7 @@
 // `autl mixer`, run as a program against the test control plugin's cards.
 
-#include <fcntl.h>
-#include <spawn.h>
-#include <sys/wait.h>
-
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <gmock/gmock.h>
@@ -12,41 +9,18 @@
 #include <tinyalsa/asoundlib.h>
 
 #include "fake_alsa_card.h"
-#include "temp_dir.h"
-
-extern char** environ;
+#include "run_program.h"
 
 namespace autl {
 namespace {
 
+using test::ProgramRun;
 using ::testing::ElementsAre;
 
-struct Outcome {
-    int status;
-    std::string out;
-    std::string err;
-};
-
-// Runs `autl mixer ARGS...` with the test's environment; -1 as status if it did not exit.
-Outcome Mixer(std::vector<std::string> args) {
-    test::TempDir dir;
+// Runs `autl mixer ARGS...` with the test's environment.
+ProgramRun Mixer(std::vector<std::string> args) {
     args.insert(args.begin(), {AUTL_TOOL, "mixer"});
-    std::vector<char*> argv;
-    for (std::string& arg : args) argv.push_back(arg.data());
-    argv.push_back(nullptr);
-    posix_spawn_file_actions_t actions;
-    posix_spawn_file_actions_init(&actions);
-    posix_spawn_file_actions_addopen(&actions, 1, dir.Join("out").c_str(),
-                                     O_WRONLY | O_CREAT | O_TRUNC, 0644);
-    posix_spawn_file_actions_addopen(&actions, 2, dir.Join("err").c_str(),
-                                     O_WRONLY | O_CREAT | O_TRUNC, 0644);
-    pid_t pid = 0;
-    int status = 0;
-    const bool ran = posix_spawn(&pid, AUTL_TOOL, &actions, nullptr, argv.data(), environ) == 0 &&
-                     waitpid(pid, &status, 0) == pid && WIFEXITED(status);
-    posix_spawn_file_actions_destroy(&actions);
-    return {ran ? WEXITSTATUS(status) : -1, test::ReadFile(dir.Join("out")),
-            test::ReadFile(dir.Join("err"))};
+    return test::RunProgram(std::move(args));
 }
 
 class MixerCommandTest : public ::testing::Test {
@@ -55,7 +29,7 @@ class MixerCommandTest : public ::testing::Test {
 };
 
 TEST_F(MixerCommandTest, List_PrintsEveryControlOnceWithItsValue) {
-    const Outcome run = Mixer({"list", "2"});
+    const ProgramRun run = Mixer({"list", "2"});
     EXPECT_EQ(run.status, 0);
     EXPECT_EQ(run.out,
               "card 2: Test Card 2\n"
@@ -87,10 +61,10 @@ TEST_F(MixerCommandTest, SetThenGet_RoundTripsEachKindOfControl) {
     for (const Case& c : cases) {
         std::vector<std::string> set = {"set", "0", c.name};
         set.insert(set.end(), c.set.begin(), c.set.end());
-        const Outcome written = Mixer(set);
+        const ProgramRun written = Mixer(set);
         EXPECT_EQ(written.status, 0) << c.name << ": " << written.err;
         EXPECT_EQ(written.out + written.err, "");
-        const Outcome read = Mixer({"get", "0", c.name});
+        const ProgramRun read = Mixer({"get", "0", c.name});
         EXPECT_EQ(read.status, 0);
         EXPECT_EQ(read.out, c.value);
     }
@@ -143,7 +117,7 @@ TEST_F(MixerCommandTest, Errors_NameTheCardControlOrValue) {
             {{}, 2, "autl mixer: missing action: list, get or set\n" + help},
     };
     for (const Case& c : cases) {
-        const Outcome run = Mixer(c.args);
+        const ProgramRun run = Mixer(c.args);
         EXPECT_EQ(run.status, c.status) << c.err;
         EXPECT_EQ(run.out, "");
         EXPECT_EQ(run.err, c.err);

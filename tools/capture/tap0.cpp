@@ -1,0 +1,201 @@
+#include "tap0.h"
+
+#include <android-base/stringprintf.h>
+
+#include <algorithm>
+#include <utility>
+
+#include "bytes.h"
+#include "wav.h"
+
+namespace autl::capture {
+
+using aidl::android::media::audio::common::PcmType;
+using android::base::StringPrintf;
+
+namespace {
+
+constexpr uint8_t kMarker[] = {'t', 'a', 'p', '0'};
+
+// Bits 0-2 and 12 hold constants; bits 3-11, 19 and 26-31 are zero.
+constexpr uint32_t kConstantMask = 0xfc081fff;
+constexpr uint32_t kConstantBits = 0x00001007;
+
+constexpr uint32_t kSampleRates[] = {8000, 16000, 24000, 32000, 44100, 48000, 96000, 192000};
+
+struct SampleFormat {
+    int code;
+    PcmType pcm_type;
+    int sample_size;
+};
+constexpr SampleFormat kSampleFormats[] = {
+        {0x11, PcmType::DEFAULT, 1},      {0x13, PcmType::INT_16_BIT, 2},
+        {0x15, PcmType::INT_24_BIT, 3},   {0x17, PcmType::INT_32_BIT, 4},
+        {0x06, PcmType::FLOAT_32_BIT, 4},
+};
+
+const SampleFormat* FindSampleFormat(int code) {
+    for (const SampleFormat& format : kSampleFormats) {
+        if (format.code == code) return &format;
+    }
+    return nullptr;
+}
+
+std::string Text(const uint8_t* at, size_t size) {
+    return PrintableText(std::string_view(reinterpret_cast<const char*>(at), size));
+}
+
+}  // namespace
+
+Tap0Format DecodeTap0Format(uint32_t word) {
+    Tap0Format format;
+    format.word = word;
+    format.channels = static_cast<int>((word >> 13) & 7);
+    format.rate_code = static_cast<int>((word >> 16) & 7);
+    format.sample_rate = kSampleRates[format.rate_code];
+    format.format_code = static_cast<int>((word >> 20) & 0x3f);
+    if (const SampleFormat* sample = FindSampleFormat(format.format_code)) {
+        format.pcm_type = sample->pcm_type;
+    }
+    format.well_formed = (word & kConstantMask) == kConstantBits;
+    return format;
+}
+
+std::string SampleFormatName(const Tap0Format& format) {
+    if (!format.pcm_type.has_value()) return StringPrintf("code 0x%02x", format.format_code);
+    return toString(*format.pcm_type);
+}
+
+std::string DescribeTap0Format(const Tap0Format& format) {
+    return StringPrintf("0x%08x: %d channel%s, %u Hz, %s", format.word, format.channels,
+                        format.channels == 1 ? "" : "s", format.sample_rate,
+                        SampleFormatName(format).c_str());
+}
+
+int SampleSize(const Tap0Format& format) {
+    const SampleFormat* sample = FindSampleFormat(format.format_code);
+    return sample == nullptr ? 0 : sample->sample_size;
+}
+
+std::optional<Tap0Frame> Tap0Reader::Fail(Tap0Damage damage, std::string what) {
+    error_ = Tap0Error{
+            damage, index_, offset_,
+            StringPrintf("frame %llu at offset %llu: ", static_cast<unsigned long long>(index_),
+                         static_cast<unsigned long long>(offset_)) +
+                    what};
+    // Nothing after damage is read: frames cannot be found again without a length to trust.
+    offset_ = capture_.size();
+    return std::nullopt;
+}
+
+std::optional<Tap0Frame> Tap0Reader::Next() {
+    const uint64_t left = capture_.size() - offset_;
+    if (left == 0) return std::nullopt;
+    const uint8_t* at = capture_.data() + offset_;
+    // A marker cut short is checked as far as it goes: wrong bytes are damage of their own.
+    const size_t marker_size = static_cast<size_t>(std::min<uint64_t>(left, sizeof(kMarker)));
+    if (!std::equal(at, at + marker_size, kMarker)) {
+        return Fail(Tap0Damage::kBadMarker,
+                    "bad marker '" + Text(at, marker_size) + "', not 'tap0'");
+    }
+    if (left < kTap0HeaderSize) {
+        return Fail(Tap0Damage::kTruncatedHeader,
+                    StringPrintf("truncated header: %llu of 20 bytes",
+                                 static_cast<unsigned long long>(left)));
+    }
+    const Tap0Format format = DecodeTap0Format(GetLittleEndian32(at + 4));
+    if (!format.well_formed) {
+        return Fail(Tap0Damage::kBadFormatWord,
+                    StringPrintf("bad format word 0x%08x: bits 0-2 must hold 7, bit 12 must hold "
+                                 "1, bits 3-11, 19 and 26-31 must be 0",
+                                 format.word));
+    }
+    if (std::any_of(at + 8, at + 16, [](uint8_t byte) { return byte != 0; })) {
+        return Fail(Tap0Damage::kReservedNotZero, "reserved bytes 8 to 15 are not 0");
+    }
+    const auto length = static_cast<int32_t>(GetLittleEndian32(at + 16));
+    if (length < 0) {
+        return Fail(Tap0Damage::kBadLength, StringPrintf("negative payload length %d", length));
+    }
+    if (length == 0 || length > kTap0MaxPayloadSize) {
+        return Fail(Tap0Damage::kBadLength,
+                    StringPrintf("payload length %d outside 1 to %d", length, kTap0MaxPayloadSize));
+    }
+    if (static_cast<uint64_t>(length) > left - kTap0HeaderSize) {
+        return Fail(Tap0Damage::kTruncatedPayload,
+                    StringPrintf("truncated payload: %llu of %d bytes",
+                                 static_cast<unsigned long long>(left - kTap0HeaderSize), length));
+    }
+    Tap0Frame frame{index_, offset_, format,
+                    capture_.subspan(offset_ + kTap0HeaderSize, static_cast<size_t>(length))};
+    offset_ += kTap0HeaderSize + static_cast<uint64_t>(length);
+    ++index_;
+    return frame;
+}
+
+std::optional<Tap0WavePlan> PlanTap0Wave(std::span<const uint8_t> capture, std::string* error) {
+    Tap0WavePlan plan;
+    uint64_t data_size = 0;
+    Tap0Reader reader(capture);
+    while (const std::optional<Tap0Frame> frame = reader.Next()) {
+        if (frame->index == 0) {
+            plan.format = frame->format;
+        } else if (frame->format.word != plan.format.word) {
+            *error = StringPrintf("frame %llu at offset %llu changes the format from ",
+                                  static_cast<unsigned long long>(frame->index),
+                                  static_cast<unsigned long long>(frame->offset)) +
+                     DescribeTap0Format(plan.format) + " to " + DescribeTap0Format(frame->format);
+            return std::nullopt;
+        }
+        data_size += frame->payload.size();
+        plan.end = frame->offset + kTap0HeaderSize + frame->payload.size();
+        ++plan.frames;
+    }
+    if (reader.error().has_value()) {
+        if (!reader.error()->IsTruncation()) {
+            *error = reader.error()->message;
+            return std::nullopt;
+        }
+        plan.truncation = reader.error();
+    }
+    if (plan.frames == 0) {
+        *error = plan.truncation.has_value() ? plan.truncation->message : "no frame";
+        return std::nullopt;
+    }
+    if (!plan.format.pcm_type.has_value()) {
+        *error = "the format is no PCM: " + DescribeTap0Format(plan.format);
+        return std::nullopt;
+    }
+    if (plan.format.channels == 0) {
+        *error = "the format word counts 0 channels (8 channels are stored as 0): " +
+                 DescribeTap0Format(plan.format);
+        return std::nullopt;
+    }
+    constexpr uint64_t kMaxDataSize = UINT32_MAX - (kWaveHeaderSize - 8);
+    if (data_size > kMaxDataSize) {
+        *error = StringPrintf("%llu bytes of audio, more than a WAV file counts (%llu)",
+                              static_cast<unsigned long long>(data_size),
+                              static_cast<unsigned long long>(kMaxDataSize));
+        return std::nullopt;
+    }
+    plan.data_size = static_cast<uint32_t>(data_size);
+    return plan;
+}
+
+bool WriteTap0Wave(std::span<const uint8_t> capture, const Tap0WavePlan& plan, std::ostream& out) {
+    const bool is_float = plan.format.pcm_type == PcmType::FLOAT_32_BIT;
+    const std::array<uint8_t, kWaveHeaderSize> header = EncodeWaveHeader(
+            MakeWaveHeader(is_float ? kWaveIeeeFloat : kWavePcm,
+                           static_cast<uint16_t>(plan.format.channels), plan.format.sample_rate,
+                           static_cast<uint16_t>(SampleSize(plan.format) * 8), plan.data_size));
+    out.write(reinterpret_cast<const char*>(header.data()), kWaveHeaderSize);
+    Tap0Reader reader(capture.first(std::min<uint64_t>(plan.end, capture.size())));
+    while (const std::optional<Tap0Frame> frame = reader.Next()) {
+        out.write(reinterpret_cast<const char*>(frame->payload.data()),
+                  static_cast<std::streamsize>(frame->payload.size()));
+    }
+    out.flush();
+    return out.good();
+}
+
+}  // namespace autl::capture
