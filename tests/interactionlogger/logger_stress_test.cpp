@@ -43,6 +43,16 @@ void LogStreamCall(Logger& logger, int i) {
     call.SetReturn(Argument::FromParcelable("ret", reply, ArgumentType::kStreamDescriptorReply));
 }
 
+// What `dump` writes into a DumpsysInfo that collects text in memory.
+template <typename Dump>
+std::string DumpText(Dump dump) {
+    std::stringbuf text;
+    dumpsys::DumpsysInfo info;
+    info.stream_buffer = &text;
+    dump(info);
+    return text.str();
+}
+
 uint64_t ChargedBytes(const Logger& logger) {
     uint64_t bytes = 0;
     logger.ForEachEntry([&](const LogEntry& e) { bytes += Logger::kEntrySize + e.arguments_size; });
@@ -71,12 +81,10 @@ TEST(LoggerStressTest, ProducersDumpsAndResets_StayConsistent) {
     threads.emplace_back([&] {
         start.arrive_and_wait();
         while (running > 0) {
-            std::stringbuf text;
-            dumpsys::DumpsysInfo info;
-            info.stream_buffer = &text;
-            logger.Dump(info);
-            logger.DumpDetails(info, false);
-            EXPECT_TRUE(text.str().starts_with("Interaction logger("));
+            EXPECT_TRUE(DumpText([&](const dumpsys::DumpsysInfo& info) {
+                            logger.Dump(info);
+                            logger.DumpDetails(info, false);
+                        }).starts_with("Interaction logger("));
         }
     });
     threads.emplace_back([&] {
@@ -171,12 +179,10 @@ TEST(LoggerStressTest, ModuleAndStreamLoggingForABoundedTime_StayConsistent) {
     threads.emplace_back([&] {
         start.arrive_and_wait();
         while (running > 0) {
-            std::stringbuf text;
-            dumpsys::DumpsysInfo info;
-            info.stream_buffer = &text;
-            logger.Dump(info);
-            stream.Dump(info);
-            EXPECT_TRUE(text.str().starts_with("Interaction logger("));
+            EXPECT_TRUE(DumpText([&](const dumpsys::DumpsysInfo& info) {
+                            logger.Dump(info);
+                            stream.Dump(info);
+                        }).starts_with("Interaction logger("));
             EXPECT_TRUE(stream.ToString().starts_with("Interaction logger("));
         }
     });
