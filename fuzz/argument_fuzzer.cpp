@@ -37,8 +37,9 @@ bool HoldsParcel(const Argument& argument) {
 // An argument of the given type holding the given alternative; parcelable types always hold a
 // parcel.
 Argument Make(const char* name, ArgumentType type, int alternative, ByteReader& input) {
-    if (static_cast<int32_t>(type) > static_cast<int32_t>(ArgumentType::kAudioMode))
+    if (static_cast<int32_t>(type) > static_cast<int32_t>(ArgumentType::kAudioMode)) {
         alternative = 5;
+    }
     Argument argument(name, false);
     switch (alternative) {
         case 0:
