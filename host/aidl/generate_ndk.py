@@ -18,6 +18,9 @@ file and line.
 Usage:
   generate_ndk.py --root DIR --out DIR FILE...                  write the outputs
   generate_ndk.py --root DIR --out DIR --list-outputs FILE...   print their paths, one a line
+  generate_ndk.py --root DIR --out DIR --list-parcelables FILE...
+      print "<header> <C++ name>" for every parcelable and union, nested ones included (generic
+      ones, which need type arguments, are left out)
 """
 
 import argparse
@@ -1431,6 +1434,9 @@ def main(argv):
     parser.add_argument("--out", required=True, help="the folder to write into")
     parser.add_argument("--list-outputs", action="store_true",
                         help="print the paths of the outputs instead of writing them")
+    parser.add_argument("--list-parcelables", action="store_true",
+                        help="print the header and C++ name of every non-generic parcelable and "
+                        "union instead of writing the outputs")
     parser.add_argument("files", nargs="+", help=".aidl files under --root")
     args = parser.parse_args(argv)
 
@@ -1442,6 +1448,11 @@ def main(argv):
             tree.analyse(aidl_file)
             generators.append(Generator(aidl_file))
         for generator in generators:
+            if args.list_parcelables:
+                for decl in generator.all:
+                    if decl.kind in ("parcelable", "union") and not decl.top.type_params:
+                        print(generator.include(decl.top), qualified_cpp_name(decl))
+                continue
             paths = [os.path.join(args.out, p) for p in generator.outputs()]
             if args.list_outputs:
                 print("\n".join(paths))

@@ -84,6 +84,24 @@ class GenerateNdkTest(unittest.TestCase):
                       "    int64_t at = -1;\n"
                       "    std::optional<std::string> name{};\n", header)
 
+    def test_list_parcelables_names_nested_and_skips_generic_and_others(self):
+        paths = [
+            self.write("Outer.aidl", "package a.b;\n\nparcelable Outer {\n"
+                       "    parcelable Inner { int x; }\n    union Choice { int i; long l; }\n"
+                       "    enum Kind { A, B }\n    Inner inner;\n}\n"),
+            self.write("Box.aidl", "package a.b;\n\nparcelable Box<T> {\n    T value;\n}\n"),
+            self.write("IThing.aidl", "package a.b;\n\ninterface IThing {}\n"),
+        ]
+        output = io.StringIO()
+        with contextlib.redirect_stdout(output):
+            status = generate_ndk.main(["--root", self.root.name, "--out", self.out,
+                                        "--list-parcelables"] + paths)
+        self.assertEqual(0, status)
+        self.assertEqual("<aidl/a/b/Outer.h> ::aidl::a::b::Outer\n"
+                         "<aidl/a/b/Outer.h> ::aidl::a::b::Outer::Inner\n"
+                         "<aidl/a/b/Outer.h> ::aidl::a::b::Outer::Choice\n", output.getvalue())
+        self.assertFalse(os.path.exists(self.out))
+
 
 if __name__ == "__main__":
     unittest.main()

@@ -1,0 +1,207 @@
+// Dumps into descriptors that fail or stall: a closed descriptor, a device that is always full, a
+// pipe whose reader is gone, a pipe whose reader is slow, and a file that reaches the size limit.
+// None of them may crash the process or leave the logger unusable, and a slow reader may hold up
+// only the dump itself and producers waiting for the same logger's mutex.
+
+#include <dumpsys/dumpsys.h>
+#include <interactionlogger/logger.h>
+
+#include <fcntl.h>
+#include <poll.h>
+#include <signal.h>
+#include <sys/resource.h>
+#include <unistd.h>
+
+#include <sstream>
+#include <string>
+#include <thread>
+
+#include <gtest/gtest.h>
+
+#include "temp_dir.h"
+
+namespace vendor::zentro::tevrash::audio::hal::utils::interactionlogger {
+namespace {
+
+using aidl::android::hardware::audio::core::StreamDescriptor;
+using autl::test::ReadFile;
+using autl::test::TempDir;
+using dumpsys::Dumpsys;
+using dumpsys::DumpsysInfo;
+
+// Closed calls with long arguments, so that the detailed dump also splits lines.
+void Fill(Logger& logger, int calls) {
+    for (int i = 0; i < calls; ++i) {
+        std::vector<Argument> arguments;
+        arguments.emplace_back("id", i);
+        arguments.emplace_back("keys", std::string(40 + i % 150, static_cast<char>('a' + i % 26)));
+        PendingEntry call =
+                logger.Begin(LogEntry("IModule", "setVendorParameters", std::move(arguments)));
+    }
+}
+
+std::string DumpText(Logger& logger) {
+    std::stringbuf text;
+    DumpsysInfo info;
+    info.stream_buffer = &text;
+    logger.Dump(info);
+    return text.str();
+}
+
+// Sets a signal's disposition for the scope, as a HAL service does for SIGPIPE.
+class ScopedSignal {
+  public:
+    ScopedSignal(int signal, sighandler_t handler)
+        : signal_(signal), previous_(::signal(signal, handler)) {}
+    ~ScopedSignal() { ::signal(signal_, previous_); }
+
+  private:
+    int signal_;
+    sighandler_t previous_;
+};
+
+struct Pipe {
+    Pipe() { EXPECT_EQ(0, pipe2(fds, O_CLOEXEC)); }
+    ~Pipe() {
+        for (int fd : fds) {
+            if (fd >= 0) close(fd);
+        }
+    }
+    void Close(int end) {
+        close(fds[end]);
+        fds[end] = -1;
+    }
+    int fds[2] = {-1, -1};
+};
+
+TEST(LoggerDumpFaultTest, UnwritableDescriptors_DumpReturnsAndLoggerStaysUsable) {
+    // A process that serves dumps ignores SIGPIPE: a reader that leaves early must not kill it.
+    ScopedSignal ignore_sigpipe(SIGPIPE, SIG_IGN);
+    Pipe no_reader;
+    no_reader.Close(0);
+    const int closed = dup(no_reader.fds[1]);
+    close(closed);
+    const int full = open("/dev/full", O_WRONLY | O_CLOEXEC);
+    const struct {
+        const char* name;
+        int fd;
+    } kCases[] = {
+            {"closed descriptor", closed},
+            {"device that is always full", full},
+            {"pipe without reader", no_reader.fds[1]},
+    };
+    for (const auto& c : kCases) {
+        SCOPED_TRACE(c.name);
+        if (c.fd < 0) continue;  // no /dev/full here
+        Logger logger(64 * 1024);
+        Fill(logger, 40);
+        StreamLogger stream(4 * 1024);
+        stream.LogCommand(StreamDescriptor::Command::make<StreamDescriptor::Command::burst>(960));
+        stream.LogReply(StreamDescriptor::Reply());
+
+        const DumpsysInfo info(c.fd);
+        logger.Dump(info);
+        logger.DumpDetails(info, false);
+        stream.Dump(info);
+        Dumpsys(info, "AUtl::Test") << "line " << 1;
+        Dumpsys::SplitInternal(info, std::string(400, 'x'), true, "P: ");
+
+        Fill(logger, 1);
+        EXPECT_EQ(41u, logger.GetEntryCount());
+        EXPECT_TRUE(DumpText(logger).starts_with("Interaction logger(41, "));
+        EXPECT_TRUE(stream.ToString().starts_with("Interaction logger(1, "));
+    }
+    if (full >= 0) close(full);
+}
+
+// The reader takes the dump in small pieces and only after other work is done; the dump waits for
+// it with the logger's mutex held. Other loggers and dump lines to other descriptors go on
+// meanwhile; a producer of the same logger waits until the dump ends and then logs as usual.
+TEST(LoggerDumpFaultTest, SlowReader_OnlyTheDumpAndItsLoggerWait) {
+    Pipe pipe;
+    const int capacity = fcntl(pipe.fds[1], F_SETPIPE_SZ, 4096);
+    ASSERT_GT(capacity, 0);
+    Logger logger(256 * 1024);
+    Fill(logger, 200);
+    const std::string expected = DumpText(logger);
+    ASSERT_GT(expected.size(), 4u * static_cast<size_t>(capacity));
+
+    std::thread dumper([&] {
+        logger.Dump(DumpsysInfo(pipe.fds[1]));
+        pipe.Close(1);
+    });
+    // The first line has arrived: the dump holds the mutex, and it cannot end before the reader
+    // below has taken all but the last pipe-full of it.
+    pollfd readable{pipe.fds[0], POLLIN, 0};
+    ASSERT_EQ(1, poll(&readable, 1, -1));
+
+    Logger other(64 * 1024);
+    Fill(other, 50);
+    EXPECT_EQ(50u, other.GetEntryCount());
+    StreamLogger stream(4 * 1024);
+    stream.LogCommand(StreamDescriptor::Command::make<StreamDescriptor::Command::burst>(960));
+    stream.LogReply(StreamDescriptor::Reply());
+    EXPECT_TRUE(stream.ToString().starts_with("Interaction logger(1, "));
+    Pipe elsewhere;
+    Dumpsys(DumpsysInfo(elsewhere.fds[1]), "AUtl::Other") << "still written";
+    char line[32] = {};
+    EXPECT_EQ(14, read(elsewhere.fds[0], line, sizeof(line)));
+    EXPECT_STREQ("still written\n", line);
+
+    std::thread producer([&] { Fill(logger, 1); });
+
+    std::string received;
+    char chunk[100];
+    for (ssize_t n; (n = read(pipe.fds[0], chunk, sizeof(chunk))) > 0;) {
+        received.append(chunk, static_cast<size_t>(n));
+        std::this_thread::yield();
+    }
+    dumper.join();
+    producer.join();
+    EXPECT_EQ(expected, received);
+    EXPECT_EQ(201u, logger.GetEntryCount());
+}
+
+// Restores the file size limit and SIGXFSZ on scope exit.
+class ScopedFileSizeLimit {
+  public:
+    explicit ScopedFileSizeLimit(rlim_t bytes) : ignore_(SIGXFSZ, SIG_IGN) {
+        EXPECT_EQ(0, getrlimit(RLIMIT_FSIZE, &previous_));
+        rlimit limit = previous_;
+        limit.rlim_cur = bytes;
+        EXPECT_EQ(0, setrlimit(RLIMIT_FSIZE, &limit));
+    }
+    ~ScopedFileSizeLimit() { setrlimit(RLIMIT_FSIZE, &previous_); }
+
+  private:
+    ScopedSignal ignore_;
+    rlimit previous_{};
+};
+
+// A full disk: writes stop at the limit with EFBIG. The file keeps what fitted, the dump returns,
+// and the logger goes on.
+TEST(LoggerDumpFaultTest, FileSizeLimit_KeepsWhatFitsAndGoesOn) {
+    constexpr size_t kLimit = 4096;
+    TempDir dir;
+    Logger logger(64 * 1024);
+    Fill(logger, 60);
+    const std::string expected = DumpText(logger);
+    ASSERT_GT(expected.size(), kLimit);
+
+    const std::string path = dir.Join("dump.txt");
+    const int fd = open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
+    ASSERT_GE(fd, 0);
+    {
+        ScopedFileSizeLimit limit(kLimit);
+        logger.Dump(DumpsysInfo(fd));
+        Dumpsys(DumpsysInfo(fd), "AUtl::Test") << "after the limit";
+    }
+    close(fd);
+
+    EXPECT_EQ(expected.substr(0, kLimit), ReadFile(path));
+    Fill(logger, 1);
+    EXPECT_TRUE(DumpText(logger).starts_with("Interaction logger(61, "));
+}
+
+}  // namespace
+}  // namespace vendor::zentro::tevrash::audio::hal::utils::interactionlogger
