@@ -1,5 +1,9 @@
 #include <dumpsys/dumpsys.h>
 
+#include <errno.h>
+#include <pthread.h>
+#include <signal.h>
+#include <time.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -7,17 +11,47 @@
 
 namespace vendor::zentro::tevrash::audio::hal::utils::dumpsys {
 
+namespace {
+
+// One write() that cannot kill the process: a dump reader that went away early (dumpsys timing
+// out) must cost the lines, not the service. SIGPIPE is blocked on this thread for the call, and
+// one that the call raised is taken off the thread's pending signals before the mask comes back;
+// the write then fails with EPIPE like any other failed write.
+ssize_t WriteWithoutSigpipe(int fd, const void* data, size_t size) {
+    sigset_t sigpipe;
+    sigemptyset(&sigpipe);
+    sigaddset(&sigpipe, SIGPIPE);
+    sigset_t previous;
+    pthread_sigmask(SIG_BLOCK, &sigpipe, &previous);
+    sigset_t pending;
+    sigpending(&pending);
+    // A SIGPIPE that was pending before is someone else's; leave it.
+    const bool was_pending = sigismember(&pending, SIGPIPE) == 1;
+    const ssize_t written = ::write(fd, data, size);
+    const int write_errno = errno;
+    if (written < 0 && write_errno == EPIPE && !was_pending) {
+        const struct timespec no_wait = {};
+        while (sigtimedwait(&sigpipe, nullptr, &no_wait) < 0 && errno == EINTR) {
+        }
+    }
+    pthread_sigmask(SIG_SETMASK, &previous, nullptr);
+    errno = write_errno;
+    return written;
+}
+
+}  // namespace
+
 namespace internal {
 
 std::streamsize FileDescriptorStreamBuffer::xsputn(const char* s, std::streamsize n) {
-    const ssize_t written = ::write(fd, s, static_cast<size_t>(n));
+    const ssize_t written = WriteWithoutSigpipe(fd, s, static_cast<size_t>(n));
     return written < 0 ? 0 : written;
 }
 
 FileDescriptorStreamBuffer::int_type FileDescriptorStreamBuffer::overflow(int_type c) {
     if (traits_type::eq_int_type(c, traits_type::eof())) return traits_type::eof();
     const char byte = traits_type::to_char_type(c);
-    (void)!::write(fd, &byte, 1);
+    (void)WriteWithoutSigpipe(fd, &byte, 1);
     return c;
 }
 

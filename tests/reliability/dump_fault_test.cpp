@@ -48,7 +48,7 @@ std::string DumpText(Logger& logger) {
     return text.str();
 }
 
-// Sets a signal's disposition for the scope, as a HAL service does for SIGPIPE.
+// Sets a signal's disposition for the scope.
 class ScopedSignal {
   public:
     ScopedSignal(int signal, sighandler_t handler)
@@ -75,8 +75,9 @@ struct Pipe {
 };
 
 TEST(LoggerDumpFaultTest, UnwritableDescriptors_DumpReturnsAndLoggerStaysUsable) {
-    // A process that serves dumps ignores SIGPIPE: a reader that leaves early must not kill it.
-    ScopedSignal ignore_sigpipe(SIGPIPE, SIG_IGN);
+    // A reader that leaves early must not kill the service, even one that keeps SIGPIPE's default
+    // action (which ends the process).
+    ScopedSignal default_sigpipe(SIGPIPE, SIG_DFL);
     Pipe no_reader;
     no_reader.Close(0);
     const int closed = dup(no_reader.fds[1]);
