@@ -70,9 +70,9 @@ class RawRecorder {
 
 // A canonical RIFF/WAVE file with a 44-byte header: PCM, or IEEE float for FLOAT_32_BIT. The header
 // is written again before every chunk, so the file is a valid WAV file after every Record and Stop
-// has nothing to finish. The chunk is appended before the header that counts it is written, so a
-// process killed inside Record leaves a header that counts every data byte on disk, or all but the
-// chunk it was writing.
+// has nothing to finish. The header that counts a chunk is written before the chunk is appended, so
+// a process killed inside Record leaves a header that counts every data byte on disk, or those and
+// the chunk it was about to append.
 class WaveRecorder : public RawRecorder {
   public:
     // Files are named prefix-<local time>.wav in folder. DEFAULT is recorded as 8-bit samples and
