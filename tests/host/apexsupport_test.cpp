@@ -4,22 +4,19 @@
 
 namespace {
 
-AApexInfo* const kUntouched = reinterpret_cast<AApexInfo*>(0x1);
-
-// A host has no APEX: a lookup by name reports the APEX as not installed and hands out nothing.
-TEST(ApexSupportTest, CreateWithName_NoApexOnAHost) {
+// A host has no APEX: lookups report the platform's errors for a program outside any APEX and for
+// an APEX that is not installed, and hand out nothing.
+TEST(ApexSupportTest, NoApexOnAHost) {
+    AApexInfo* const untouched = reinterpret_cast<AApexInfo*>(0x1);
+    AApexInfo* info = untouched;
+    EXPECT_EQ(AApexInfo_create(&info), AAPEXINFO_NO_APEX);
+    EXPECT_EQ(info, nullptr);
     for (const char* name : {"com.zentro.varsk.audio.resource", "com.android.runtime", ""}) {
         SCOPED_TRACE(name);
-        AApexInfo* info = kUntouched;
+        info = untouched;
         EXPECT_EQ(AApexInfo_createWithName(name, &info), AAPEXINFO_INVALID_APEX);
         EXPECT_EQ(info, nullptr);
     }
-}
-
-TEST(ApexSupportTest, Create_HostProgramsAreNotInAnApex) {
-    AApexInfo* info = kUntouched;
-    EXPECT_EQ(AApexInfo_create(&info), AAPEXINFO_NO_APEX);
-    EXPECT_EQ(info, nullptr);
     AApexInfo_destroy(nullptr);  // ignored, as after a failed lookup
 }
 

@@ -18,38 +18,31 @@ namespace {
 using autl::test::ReadFile;
 using autl::test::TempDir;
 
-TEST(PowerTest, WriteWakeLockFile_IdWithoutNewline) {
+TEST(PowerTest, WriteWakeLockFile_WritesTheIdOrFailsWithErrno) {
     TempDir dir;
-    const std::string path = dir.Join("wake_lock");
-    std::ofstream(path).close();
-    EXPECT_EQ(WriteWakeLockFile(path.c_str(), "audio_hal"), 0);
-    EXPECT_EQ(ReadFile(path), "audio_hal");
-}
-
-TEST(PowerTest, WriteWakeLockFile_Failures) {
-    TempDir dir;
-    std::filesystem::create_directory(dir.Join("folder"));
-    std::ofstream(dir.Join("file")).close();
-    struct Case {
+    const std::string file = dir.Join("wake_lock");
+    std::ofstream(file).close();
+    const struct {
         const char* what;
         std::string path;
         const char* id;
         int error;
-    };
-    const Case cases[] = {
-            {"missing file", dir.Join("wake_lock"), "hal", ENOENT},
-            {"folder", dir.Join("folder"), "hal", EISDIR},
+    } kFailures[] = {
+            {"missing file", dir.Join("missing"), "hal", ENOENT},
             {"full device", "/dev/full", "hal", ENOSPC},
-            {"no id", dir.Join("file"), nullptr, EINVAL},
+            {"no id", file, nullptr, EINVAL},
     };
-    for (const Case& c : cases) {
+    for (const auto& c : kFailures) {
         SCOPED_TRACE(c.what);
         errno = 0;
         EXPECT_EQ(WriteWakeLockFile(c.path.c_str(), c.id), -1);
         EXPECT_EQ(errno, c.error);
     }
-    EXPECT_FALSE(std::filesystem::exists(dir.Join("wake_lock")));
-    EXPECT_EQ(ReadFile(dir.Join("file")), "");
+    EXPECT_FALSE(std::filesystem::exists(dir.Join("missing")));
+    EXPECT_EQ(ReadFile(file), "");
+    // The id goes in without a newline.
+    EXPECT_EQ(WriteWakeLockFile(file.c_str(), "audio_hal"), 0);
+    EXPECT_EQ(ReadFile(file), "audio_hal");
 }
 
 // Where the kernel offers no wake lock files, as on most workstations and containers, both calls

@@ -27,18 +27,12 @@ class HostTinyalsaTest : public ::testing::Test {
     std::unique_ptr<mixer, void (*)(mixer*)> mixer_{mixer_open(0), mixer_close};
 };
 
-TEST_F(HostTinyalsaTest, Open_ReachesTheConfiguredCardOrFails) {
+TEST_F(HostTinyalsaTest, OwnChecks_AnswerEinvalWithoutAborting) {
     ASSERT_NE(mixer_, nullptr);
     EXPECT_STREQ(mixer_get_name(mixer_.get()), "Test Card 0");
-    errno = 0;
-    EXPECT_EQ(mixer_open(8), nullptr);
-    EXPECT_EQ(errno, ENODEV);
     EXPECT_EQ(mixer_get_name(nullptr), nullptr);
     EXPECT_EQ(mixer_add_new_ctls(nullptr), 0);
     mixer_close(nullptr);
-}
-
-TEST_F(HostTinyalsaTest, OwnChecks_AnswerEinvalWithoutAborting) {
     mixer_ctl* volume = Control("Speaker Volume");
     mixer_ctl* route = Control("Route Select");
     mixer_ctl* counter = Control("Big Counter");
@@ -71,6 +65,9 @@ TEST_F(HostTinyalsaTest, OwnChecks_AnswerEinvalWithoutAborting) {
 }
 
 TEST_F(HostTinyalsaTest, DriverFailures_AnswerMinusOneWithErrno) {
+    errno = 0;
+    EXPECT_EQ(mixer_open(8), nullptr);
+    EXPECT_EQ(errno, ENODEV);
     mixer_ctl* faulty = Control("Faulty Level");
     long value = 5;
     errno = 0;
@@ -97,7 +94,6 @@ TEST_F(HostTinyalsaTest, Values_ReadAndWrittenByType) {
     EXPECT_EQ(mixer_ctl_set_array(volume, values, 1), 0);
     ASSERT_EQ(mixer_ctl_get_array(volume, values, 2), 0);
     EXPECT_THAT(values, ElementsAre(-10, 0));
-    EXPECT_EQ(mixer_ctl_get_value(volume, 0), -10);
     EXPECT_EQ(mixer_ctl_get_num_values(volume), 2U);
 
     mixer_ctl* blob = Control("Codec Blob");
