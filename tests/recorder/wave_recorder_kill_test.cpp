@@ -15,9 +15,7 @@
 #include <filesystem>
 #include <optional>
 #include <random>
-#include <span>
 #include <string>
-#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -65,10 +63,7 @@ TEST(WaveRecorderKillTest, KilledWhileRecording_HeaderCountsAllDataOrTheChunkInF
     // Sizes within one page, across pages, and near the 1 MiB limit, where the kernel can cut a
     // write short when the signal arrives.
     const size_t kChunkSizes[] = {1920, 4097, 65541, (1 << 20) - 1};
-    constexpr int kRuns = 40;
-    int killed_in_flight = 0;
-
-    for (int run = 0; run < kRuns; ++run) {
+    for (int run = 0; run < 40; ++run) {
         SCOPED_TRACE(testing::Message() << "run " << run);
         TempDir dir;
         const size_t chunk_size = kChunkSizes[run % std::size(kChunkSizes)];
@@ -111,29 +106,22 @@ TEST(WaveRecorderKillTest, KilledWhileRecording_HeaderCountsAllDataOrTheChunkInF
             EXPECT_EQ(wait_chunks, 0u);
             continue;
         }
-        ASSERT_GE(file.size(), 44u) << "a header cut short";
-        const std::span<const uint8_t> bytes(reinterpret_cast<const uint8_t*>(file.data()),
-                                             file.size());
-        const std::optional<autl::capture::WaveHeader> header =
-                autl::capture::DecodeWaveHeader(bytes);
-        ASSERT_TRUE(header.has_value()) << file.size() << " bytes";
+        const std::optional<autl::capture::WaveHeader> header = autl::capture::DecodeWaveHeader(
+                {reinterpret_cast<const uint8_t*>(file.data()), file.size()});
+        ASSERT_TRUE(header.has_value()) << "a header cut short: " << file.size() << " bytes";
         const size_t counted = header->data_size;
-        EXPECT_EQ(autl::capture::CheckWaveHeader(*header, 44 + counted), std::vector<std::string>());
         EXPECT_EQ(*header, autl::capture::MakeWaveHeader(1, 2, 48000, 16, header->data_size));
 
         // Whole chunks are counted, at least those the child reported; the data on disk is all of
         // them, or all but the end of the last one, which was in flight.
         ASSERT_EQ(counted % chunk_size, 0u);
-        const auto chunks = static_cast<uint32_t>(counted / chunk_size);
-        EXPECT_GE(chunks, wait_chunks);
+        EXPECT_GE(counted / chunk_size, wait_chunks);
         const size_t on_disk = file.size() - 44;
         ASSERT_LE(on_disk, counted);
         EXPECT_LE(counted - on_disk, chunk_size);
-        if (on_disk < counted) ++killed_in_flight;
         EXPECT_TRUE(file.compare(44, std::string::npos, Stream(on_disk)) == 0)
                 << "the data differs from the stream recorded";
     }
-    RecordProperty("killed_with_a_chunk_in_flight", killed_in_flight);
 }
 
 }  // namespace

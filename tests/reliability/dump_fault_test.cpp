@@ -1,5 +1,5 @@
 // Dumps into descriptors that fail or stall: a closed descriptor, a device that is always full, a
-// pipe whose reader is gone, a pipe whose reader is slow, and a file that reaches the size limit.
+// pipe whose reader is gone, a file that reaches the size limit, and a pipe whose reader is slow.
 // None of them may crash the process or leave the logger unusable, and a slow reader may hold up
 // only the dump itself and producers waiting for the same logger's mutex.
 
@@ -49,40 +49,54 @@ std::string DumpText(Logger& logger) {
 }
 
 // Sets a signal's disposition for the scope.
-class ScopedSignal {
-  public:
+struct ScopedSignal {
     ScopedSignal(int signal, sighandler_t handler)
-        : signal_(signal), previous_(::signal(signal, handler)) {}
-    ~ScopedSignal() { ::signal(signal_, previous_); }
+        : signal(signal), previous(::signal(signal, handler)) {}
+    ~ScopedSignal() { ::signal(signal, previous); }
 
-  private:
-    int signal_;
-    sighandler_t previous_;
+    int signal;
+    sighandler_t previous;
 };
 
 struct Pipe {
     Pipe() { EXPECT_EQ(0, pipe2(fds, O_CLOEXEC)); }
-    ~Pipe() {
-        for (int fd : fds) {
-            if (fd >= 0) close(fd);
-        }
-    }
+    ~Pipe() { Close(0), Close(1); }
     void Close(int end) {
-        close(fds[end]);
+        if (fds[end] >= 0) close(fds[end]);
         fds[end] = -1;
     }
     int fds[2] = {-1, -1};
 };
 
+// Restores the file size limit and SIGXFSZ on scope exit.
+struct ScopedFileSizeLimit {
+    explicit ScopedFileSizeLimit(rlim_t bytes) {
+        EXPECT_EQ(0, getrlimit(RLIMIT_FSIZE, &previous));
+        rlimit limit = previous;
+        limit.rlim_cur = bytes;
+        EXPECT_EQ(0, setrlimit(RLIMIT_FSIZE, &limit));
+    }
+    ~ScopedFileSizeLimit() { setrlimit(RLIMIT_FSIZE, &previous); }
+
+    ScopedSignal ignore{SIGXFSZ, SIG_IGN};
+    rlimit previous{};
+};
+
+// A reader that leaves early must not kill the service, even one that keeps SIGPIPE's default
+// action (which ends the process). A full disk is a file at its size limit, where writes fail with
+// EFBIG: the file keeps what fitted.
 TEST(LoggerDumpFaultTest, UnwritableDescriptors_DumpReturnsAndLoggerStaysUsable) {
-    // A reader that leaves early must not kill the service, even one that keeps SIGPIPE's default
-    // action (which ends the process).
+    constexpr size_t kLimit = 4096;
     ScopedSignal default_sigpipe(SIGPIPE, SIG_DFL);
+    TempDir dir;
+    const std::string path = dir.Join("dump.txt");
     Pipe no_reader;
     no_reader.Close(0);
     const int closed = dup(no_reader.fds[1]);
     close(closed);
     const int full = open("/dev/full", O_WRONLY | O_CLOEXEC);
+    const int file = open(path.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0644);
+    ASSERT_GE(file, 0);
     const struct {
         const char* name;
         int fd;
@@ -90,29 +104,38 @@ TEST(LoggerDumpFaultTest, UnwritableDescriptors_DumpReturnsAndLoggerStaysUsable)
             {"closed descriptor", closed},
             {"device that is always full", full},
             {"pipe without reader", no_reader.fds[1]},
+            {"file at the size limit", file},
     };
     for (const auto& c : kCases) {
         SCOPED_TRACE(c.name);
         if (c.fd < 0) continue;  // no /dev/full here
         Logger logger(64 * 1024);
-        Fill(logger, 40);
+        Fill(logger, 60);
+        const std::string expected = DumpText(logger);
         StreamLogger stream(4 * 1024);
         stream.LogCommand(StreamDescriptor::Command::make<StreamDescriptor::Command::burst>(960));
         stream.LogReply(StreamDescriptor::Reply());
-
-        const DumpsysInfo info(c.fd);
-        logger.Dump(info);
-        logger.DumpDetails(info, false);
-        stream.Dump(info);
-        Dumpsys(info, "AUtl::Test") << "line " << 1;
-        Dumpsys::SplitInternal(info, std::string(400, 'x'), true, "P: ");
+        {
+            ScopedFileSizeLimit limit(kLimit);
+            const DumpsysInfo info(c.fd);
+            logger.Dump(info);
+            logger.DumpDetails(info, false);
+            stream.Dump(info);
+            Dumpsys(info, "AUtl::Test") << "line " << 1;
+            Dumpsys::SplitInternal(info, std::string(400, 'x'), true, "P: ");
+        }
+        if (c.fd == file) {
+            ASSERT_GT(expected.size(), kLimit);
+            EXPECT_EQ(expected.substr(0, kLimit), ReadFile(path));
+        }
 
         Fill(logger, 1);
-        EXPECT_EQ(41u, logger.GetEntryCount());
-        EXPECT_TRUE(DumpText(logger).starts_with("Interaction logger(41, "));
+        EXPECT_EQ(61u, logger.GetEntryCount());
+        EXPECT_TRUE(DumpText(logger).starts_with("Interaction logger(61, "));
         EXPECT_TRUE(stream.ToString().starts_with("Interaction logger(1, "));
     }
     if (full >= 0) close(full);
+    close(file);
 }
 
 // The reader takes the dump in small pieces and only after other work is done; the dump waits for
@@ -139,10 +162,6 @@ TEST(LoggerDumpFaultTest, SlowReader_OnlyTheDumpAndItsLoggerWait) {
     Logger other(64 * 1024);
     Fill(other, 50);
     EXPECT_EQ(50u, other.GetEntryCount());
-    StreamLogger stream(4 * 1024);
-    stream.LogCommand(StreamDescriptor::Command::make<StreamDescriptor::Command::burst>(960));
-    stream.LogReply(StreamDescriptor::Reply());
-    EXPECT_TRUE(stream.ToString().starts_with("Interaction logger(1, "));
     Pipe elsewhere;
     Dumpsys(DumpsysInfo(elsewhere.fds[1]), "AUtl::Other") << "still written";
     char line[32] = {};
@@ -161,47 +180,6 @@ TEST(LoggerDumpFaultTest, SlowReader_OnlyTheDumpAndItsLoggerWait) {
     producer.join();
     EXPECT_EQ(expected, received);
     EXPECT_EQ(201u, logger.GetEntryCount());
-}
-
-// Restores the file size limit and SIGXFSZ on scope exit.
-class ScopedFileSizeLimit {
-  public:
-    explicit ScopedFileSizeLimit(rlim_t bytes) : ignore_(SIGXFSZ, SIG_IGN) {
-        EXPECT_EQ(0, getrlimit(RLIMIT_FSIZE, &previous_));
-        rlimit limit = previous_;
-        limit.rlim_cur = bytes;
-        EXPECT_EQ(0, setrlimit(RLIMIT_FSIZE, &limit));
-    }
-    ~ScopedFileSizeLimit() { setrlimit(RLIMIT_FSIZE, &previous_); }
-
-  private:
-    ScopedSignal ignore_;
-    rlimit previous_{};
-};
-
-// A full disk: writes stop at the limit with EFBIG. The file keeps what fitted, the dump returns,
-// and the logger goes on.
-TEST(LoggerDumpFaultTest, FileSizeLimit_KeepsWhatFitsAndGoesOn) {
-    constexpr size_t kLimit = 4096;
-    TempDir dir;
-    Logger logger(64 * 1024);
-    Fill(logger, 60);
-    const std::string expected = DumpText(logger);
-    ASSERT_GT(expected.size(), kLimit);
-
-    const std::string path = dir.Join("dump.txt");
-    const int fd = open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
-    ASSERT_GE(fd, 0);
-    {
-        ScopedFileSizeLimit limit(kLimit);
-        logger.Dump(DumpsysInfo(fd));
-        Dumpsys(DumpsysInfo(fd), "AUtl::Test") << "after the limit";
-    }
-    close(fd);
-
-    EXPECT_EQ(expected.substr(0, kLimit), ReadFile(path));
-    Fill(logger, 1);
-    EXPECT_TRUE(DumpText(logger).starts_with("Interaction logger(61, "));
 }
 
 }  // namespace

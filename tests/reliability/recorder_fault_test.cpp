@@ -5,7 +5,6 @@
 #include <recorder/raw_recorder.h>
 
 #include <filesystem>
-#include <functional>
 #include <memory>
 #include <string>
 
@@ -22,64 +21,50 @@ using autl::test::TempDir;
 
 TEST(RecorderFaultTest, FolderDisappearsMidRecording_ResultsStayAsPromised) {
     constexpr int kSize = 100;
+    TempDir dir;
+    const std::string folder = dir.Join("captures");
     struct Case {
-        const char* name;
-        std::function<std::unique_ptr<RawRecorder>(const std::string& folder)> make;
+        std::unique_ptr<RawRecorder> recorder;
         int recorded;  // a chunk while the file can be opened
         int gone;      // a chunk while the folder is missing
         size_t header;
     };
     const Case kCases[] = {
-            {"raw",
-             [](const std::string& folder) { return std::make_unique<RawRecorder>(folder, "raw"); },
-             kSize, 0, 0},
+            {std::make_unique<RawRecorder>(folder, "raw"), kSize, 0, 0},
             // The WAV recorder does not report file errors: it counts the chunk all the same.
-            {"wave",
-             [](const std::string& folder) {
-                 return std::make_unique<WaveRecorder>(folder, "wav", 2, 48000, PcmType::INT_16_BIT);
-             },
-             kSize, kSize, WaveRecorder::kHeaderSize},
-            {"encoded",
-             [](const std::string& folder) {
-                 return std::make_unique<EncodedRecorder>(folder, "enc", 2, 48000,
-                                                          PcmType::INT_16_BIT);
-             },
+            {std::make_unique<WaveRecorder>(folder, "wav", 2, 48000, PcmType::INT_16_BIT), kSize,
+             kSize, WaveRecorder::kHeaderSize},
+            {std::make_unique<EncodedRecorder>(folder, "enc", 2, 48000, PcmType::INT_16_BIT),
              kSize + EncodedRecorder::kFrameHeaderSize, -1, EncodedRecorder::kFrameHeaderSize},
     };
     std::string chunk(kSize, '\0');
     for (int i = 0; i < kSize; ++i) chunk[i] = static_cast<char>(i);
 
     for (const Case& c : kCases) {
-        SCOPED_TRACE(c.name);
-        TempDir dir;
-        const std::string folder = dir.Join("captures");
+        RawRecorder& recorder = *c.recorder;
         ASSERT_TRUE(std::filesystem::create_directory(folder));
-        std::unique_ptr<RawRecorder> recorder = c.make(folder);
-        recorder->Start();
-        EXPECT_EQ(recorder->Record(chunk.data(), kSize), c.recorded);
+        recorder.Start();
+        SCOPED_TRACE(recorder.GetFileName());
+        EXPECT_EQ(recorder.Record(chunk.data(), kSize), c.recorded);
 
         std::filesystem::remove_all(folder);
-        EXPECT_EQ(recorder->Record(chunk.data(), kSize), c.gone);
-        EXPECT_EQ(recorder->Record(chunk.data(), kSize), c.gone);
-        EXPECT_EQ(recorder->Record(chunk.data(), 0), 0);
-        EXPECT_EQ(recorder->Record(nullptr, kSize), 0);
-        EXPECT_TRUE(recorder->IsStarted());
-        // A new recording while the folder is missing cannot create its file.
-        recorder->Stop();
-        recorder->Start();
-        EXPECT_TRUE(recorder->IsStarted());
-        EXPECT_EQ(recorder->Record(chunk.data(), kSize), c.gone);
+        EXPECT_EQ(recorder.Record(chunk.data(), kSize), c.gone);
+        EXPECT_EQ(recorder.Record(chunk.data(), kSize), c.gone);
+        EXPECT_EQ(recorder.Record(chunk.data(), 0), 0);
+        EXPECT_EQ(recorder.Record(nullptr, kSize), 0);
+        EXPECT_TRUE(recorder.IsStarted());
         EXPECT_FALSE(std::filesystem::exists(folder));
 
         // Once the folder is back, the next recording starts a fresh file.
-        recorder->Stop();
+        recorder.Stop();
         ASSERT_TRUE(std::filesystem::create_directory(folder));
-        recorder->Start();
-        EXPECT_EQ(recorder->Record(chunk.data(), kSize), c.recorded);
-        const std::string file = ReadFile(recorder->GetPath());
+        recorder.Start();
+        EXPECT_EQ(recorder.Record(chunk.data(), kSize), c.recorded);
+        const std::string file = ReadFile(recorder.GetPath());
         EXPECT_EQ(file.size(), c.header + kSize);
         EXPECT_EQ(file.substr(c.header), chunk);
-        recorder->Stop();
+        recorder.Stop();
+        std::filesystem::remove_all(folder);
     }
 }
 

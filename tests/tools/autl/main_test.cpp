@@ -1,43 +1,127 @@
-// The autl program's own command line: the overview, help of a command, unknown commands.
+// The autl program's command line: the overview, help of a command, and the exit status and message
+// of every command's usage errors (2) and bad inputs (1).
+
+#include <unistd.h>
+
+#include <fstream>
+#include <string>
+#include <vector>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "little_endian.h"
 #include "run_program.h"
+#include "temp_dir.h"
 
 namespace autl {
 namespace {
 
+using test::Le32;
+using test::ProgramRun;
+using test::ReadFile;
 using test::RunProgram;
 using ::testing::HasSubstr;
 using ::testing::StartsWith;
 
-TEST(AutlTest, Help_ListsEveryCommand) {
-    const test::ProgramRun run = RunProgram({AUTL_TOOL, "help"});
+ProgramRun Autl(std::vector<std::string> args) {
+    args.insert(args.begin(), AUTL_TOOL);
+    return RunProgram(std::move(args));
+}
+
+std::string Frame(uint32_t word, const std::string& payload) {
+    return "tap0" + Le32(word) + std::string(8, '\0') +
+           Le32(static_cast<uint32_t>(payload.size())) + payload;
+}
+
+// Usage errors exit with 2 and a hint at the help, bad inputs with 1.
+TEST(AutlTest, HelpAndUsageErrors) {
+    const ProgramRun run = Autl({"help"});
     EXPECT_EQ(run.status, 0);
     EXPECT_THAT(run.out, StartsWith("usage: autl <command> [arguments]\n"));
     for (const char* command : {"help", "demo", "mixer", "tap0", "wav"}) {
         EXPECT_THAT(run.out, HasSubstr(std::string("\n  ") + command + " ")) << command;
     }
-    EXPECT_EQ(RunProgram({AUTL_TOOL, "--help"}).out, run.out);
-    const test::ProgramRun demo = RunProgram({AUTL_TOOL, "help", "demo"});
+    EXPECT_EQ(Autl({"--help"}).out, run.out);
+    const ProgramRun demo = Autl({"help", "demo"});
     EXPECT_EQ(demo.status, 0);
-    EXPECT_EQ(demo.out, RunProgram({AUTL_TOOL, "demo", "--help"}).out);
+    EXPECT_THAT(demo.out, StartsWith("usage: autl demo [--seconds N] [--out DIR] [--root DIR] "
+                                     "[FILTER...]\n"));
+    EXPECT_EQ(demo.out, Autl({"demo", "--help"}).out);
+
+    const struct {
+        std::vector<std::string> args;
+        std::string err;
+    } cases[] = {
+            {{}, run.out},
+            {{"play", "x"}, "autl: unknown command 'play'\nTry 'autl help'.\n"},
+            {{"help", "play"}, "autl help: unknown command 'play'\n"},
+    };
+    for (const auto& c : cases) {
+        const ProgramRun error = Autl(c.args);
+        EXPECT_EQ(error.status, 2);
+        EXPECT_EQ(error.out, "");
+        EXPECT_EQ(error.err, c.err);
+    }
 }
 
-TEST(AutlTest, UsageErrors_ExitTwo) {
-    const test::ProgramRun none = RunProgram({AUTL_TOOL});
-    EXPECT_EQ(none.status, 2);
-    EXPECT_THAT(none.err, StartsWith("usage: autl <command> [arguments]\n"));
-    EXPECT_EQ(none.out, "");
-
-    const test::ProgramRun unknown = RunProgram({AUTL_TOOL, "play", "x"});
-    EXPECT_EQ(unknown.status, 2);
-    EXPECT_EQ(unknown.err, "autl: unknown command 'play'\nTry 'autl help'.\n");
-
-    const test::ProgramRun help = RunProgram({AUTL_TOOL, "help", "play"});
-    EXPECT_EQ(help.status, 2);
-    EXPECT_EQ(help.err, "autl help: unknown command 'play'\n");
+// Each message follows "autl COMMAND: "; a usage error (2) ends with a hint at the help.
+TEST(AutlTest, CommandErrors_ExitWithTheirStatusAndSayWhy) {
+    test::TempDir dir;
+    const std::string missing = dir.Join("missing");
+    const std::string out = dir.Join("out.wav");
+    const std::string capture = dir.Join("capture.audio_enc");
+    std::ofstream(capture) << Frame(0x01355007, "abcd");
+    const std::string changing = dir.Join("changing.audio_enc");
+    std::ofstream(changing) << Frame(0x01355007, "abcd") << Frame(0x01345007, "efgh");
+    const std::string short_wav = dir.Join("short.wav");
+    std::ofstream(short_wav) << "RIFF";
+    const std::string seconds = "': expected a whole number from 1 to 3600";
+    struct Case {
+        std::vector<std::string> args;
+        int status;
+        std::string err;
+    };
+    const Case cases[] = {
+            {{"demo", "--seconds", "0"}, 2, "invalid --seconds '0" + seconds},
+            {{"demo", "--seconds", "2x"}, 2, "invalid --seconds '2x" + seconds},
+            {{"demo", "--seconds"}, 2, "option --seconds needs a value"},
+            {{"demo", "--speed", "2"}, 2, "unknown option '--speed'"},
+            {{"demo", "--root", missing}, 1, "--root '" + missing + "' is not a folder"},
+            {{"demo", "--out", capture + "/captures"},
+             1,
+             "cannot create folder '" + capture + "/captures': Not a directory"},
+            {{"tap0"}, 2, "missing action: info or wav"},
+            {{"tap0", "list", capture}, 2, "unknown action 'list'"},
+            {{"tap0", "info"}, 2, "wrong number of arguments for info"},
+            {{"tap0", "wav", capture}, 2, "wrong number of arguments for wav"},
+            {{"tap0", "info", "--all", capture}, 2, "unknown option '--all'"},
+            {{"tap0", "info", missing}, 1, "cannot open " + missing + ": No such file or directory"},
+            {{"tap0", "info", dir.path()}, 1, "cannot read " + dir.path() + ": not a regular file"},
+            {{"tap0", "wav", changing, out},
+             1,
+             changing + ": frame 1 at offset 24 changes the format from 0x01355007: 2 channels, "
+                        "48000 Hz, INT_16_BIT to 0x01345007: 2 channels, 44100 Hz, INT_16_BIT"},
+            {{"tap0", "wav", capture, capture}, 1, capture + " is the capture itself"},
+            {{"tap0", "wav", capture, missing + "/out.wav"},
+             1,
+             "cannot write " + missing + "/out.wav: No such file or directory"},
+            {{"wav"}, 2, "missing action: info"},
+            {{"wav", "show", capture}, 2, "unknown action 'show'"},
+            {{"wav", "info"}, 2, "wrong number of arguments for info"},
+            {{"wav", "info", short_wav, short_wav}, 2, "wrong number of arguments for info"},
+            {{"wav", "info", missing}, 1, "cannot open " + missing + ": No such file or directory"},
+            {{"wav", "info", short_wav}, 1, short_wav + ": 4 bytes, fewer than a 44-byte WAV header"},
+    };
+    for (const Case& c : cases) {
+        const ProgramRun run = Autl(c.args);
+        EXPECT_EQ(run.status, c.status) << c.err;
+        EXPECT_EQ(run.out, "") << c.err;
+        EXPECT_EQ(run.err, "autl " + c.args[0] + ": " + c.err + "\n" +
+                                   (c.status == 2 ? "Try 'autl " + c.args[0] + " --help'.\n" : ""));
+    }
+    EXPECT_NE(access(out.c_str(), F_OK), 0);
+    EXPECT_EQ(ReadFile(capture), Frame(0x01355007, "abcd"));
 }
 
 }  // namespace
