@@ -1,14 +1,12 @@
-/*
- * A sound card for alsa-lib without hardware: an external control plugin (type "autl_fake") that
- * serves a fixed set of mixer controls for cards 0 to 7, each card with its own values. The tests
- * select it for "hw:N" through an ALSA configuration of their own (fake_alsa_card.h).
- *
- * Values live as long as the plugin stays loaded, across closing and opening a card, as a real
- * card's would. With a "state" file in the configuration they also outlive the process: every
- * open loads the file, if it exists, and every write saves it, so that one program can read what
- * another wrote. Two entry points for the tests: autl_fake_ctl_reset() puts every card back to its
- * first values, and autl_fake_ctl_add_late_control(card) lists one more control on a card.
- */
+// A sound card for alsa-lib without hardware: an external control plugin (type "autl_fake") that
+// serves a fixed set of mixer controls for cards 0 to 7, each card with its own values. The tests
+// select it for "hw:N" through an ALSA configuration of their own (fake_alsa_card.h).
+//
+// Values live as long as the plugin stays loaded, across closing and opening a card, as a real
+// card's would. With a "state" file in the configuration they also outlive the process: every
+// open loads the file, if it exists, and every write saves it, so that one program can read what
+// another wrote. Two entry points for the tests: autl_fake_ctl_reset() puts every card back to its
+// first values, and autl_fake_ctl_add_late_control(card) lists one more control on a card.
 #include <alsa/asoundlib.h>
 #include <alsa/control_external.h>
 #include <errno.h>
@@ -17,55 +15,46 @@
 #include <stdlib.h>
 #include <string.h>
 
-enum {
-    kSpeakerVolume,
-    kCodecBlob,
-    kRouteSelect,
-    kMuteSwitch,
-    kBigCounter,
-    kDupGain0,
-    kDupGain1,
-    kFaultyLevel,
-    kLateSwitch, /* listed only after autl_fake_ctl_add_late_control */
-    kControlCount,
-};
+// The callbacks take what alsa-lib passes, used or not.
+#pragma GCC diagnostic ignored "-Wunused-parameter"
+
+// Positions in kControls.
+enum { kFaultyLevel = 7, kLateSwitch, kControlCount };
 
 #define CARD_COUNT 8
 #define MAX_VALUES 8
 
-struct control {
+static const struct control {
     const char* name;
     unsigned int index;
     snd_ctl_elem_type_t type;
     unsigned int count;
     long min;
     long max;
-};
-
-static const struct control kControls[kControlCount] = {
-        [kSpeakerVolume] = {"Speaker Volume", 0, SND_CTL_ELEM_TYPE_INTEGER, 2, -10, 100},
-        [kCodecBlob] = {"Codec Blob", 0, SND_CTL_ELEM_TYPE_BYTES, 8, 0, 255},
-        [kRouteSelect] = {"Route Select", 0, SND_CTL_ELEM_TYPE_ENUMERATED, 1, 0, 2},
-        [kMuteSwitch] = {"Mute Switch", 0, SND_CTL_ELEM_TYPE_BOOLEAN, 1, 0, 1},
-        [kBigCounter] = {"Big Counter", 0, SND_CTL_ELEM_TYPE_INTEGER64, 1, 0, 0},
-        [kDupGain0] = {"Dup Gain", 0, SND_CTL_ELEM_TYPE_INTEGER, 1, 0, 10},
-        [kDupGain1] = {"Dup Gain", 1, SND_CTL_ELEM_TYPE_INTEGER, 1, 0, 10},
-        /* Every read and write fails in the driver (-EIO). */
-        [kFaultyLevel] = {"Faulty Level", 0, SND_CTL_ELEM_TYPE_INTEGER, 1, 0, 100},
-        [kLateSwitch] = {"Late Switch", 0, SND_CTL_ELEM_TYPE_BOOLEAN, 1, 0, 1},
+    long first[MAX_VALUES];
+} kControls[kControlCount] = {
+        {"Speaker Volume", 0, SND_CTL_ELEM_TYPE_INTEGER, 2, -10, 100, {50, 60}},
+        {"Codec Blob", 0, SND_CTL_ELEM_TYPE_BYTES, 8, 0, 255, {1, 2, 3, 4, 127, 128, 254, 255}},
+        {"Route Select", 0, SND_CTL_ELEM_TYPE_ENUMERATED, 1, 0, 2, {1}},
+        {"Mute Switch", 0, SND_CTL_ELEM_TYPE_BOOLEAN, 1, 0, 1, {0}},
+        {"Big Counter", 0, SND_CTL_ELEM_TYPE_INTEGER64, 1, 0, INT64_MAX, {5000000000}},
+        {"Dup Gain", 0, SND_CTL_ELEM_TYPE_INTEGER, 1, 0, 10, {3}},
+        {"Dup Gain", 1, SND_CTL_ELEM_TYPE_INTEGER, 1, 0, 10, {7}},
+        // Every read and write fails in the driver (-EIO).
+        {"Faulty Level", 0, SND_CTL_ELEM_TYPE_INTEGER, 1, 0, 100, {0}},
+        // Listed only after autl_fake_ctl_add_late_control.
+        {"Late Switch", 0, SND_CTL_ELEM_TYPE_BOOLEAN, 1, 0, 1, {0}},
 };
 
 static const char* const kRouteItems[] = {"Off", "Speaker", "Headset"};
 
 struct card {
-    /* Integer, boolean and enumerated values; bytes are 0..255. */
+    // The values of every type; bytes are 0..255.
     long values[kControlCount][MAX_VALUES];
-    int64_t big_counter;
     unsigned int listed;
 };
 
 static struct card cards[CARD_COUNT];
-static int cards_set;
 static char state_path[4096];
 
 static void LoadState(void) {
@@ -76,34 +65,28 @@ static void LoadState(void) {
     fclose(file);
 }
 
-static void SaveState(void) {
+static int SaveState(int changed) {
     FILE* file = state_path[0] != '\0' ? fopen(state_path, "wb") : NULL;
-    if (file == NULL) return;
+    if (file == NULL) return changed;
     fwrite(cards, sizeof(cards), 1, file);
     fclose(file);
+    return changed;
 }
 
-void autl_fake_ctl_reset(void) {
-    for (int i = 0; i < CARD_COUNT; ++i) {
-        struct card* card = &cards[i];
-        memset(card, 0, sizeof(*card));
-        card->values[kSpeakerVolume][0] = 50;
-        card->values[kSpeakerVolume][1] = 60;
-        static const long kBlob[8] = {1, 2, 3, 4, 127, 128, 254, 255};
-        memcpy(card->values[kCodecBlob], kBlob, sizeof(kBlob));
-        card->values[kRouteSelect][0] = 1;
-        card->values[kDupGain0][0] = 3;
-        card->values[kDupGain1][0] = 7;
-        card->big_counter = 5000000000;
-        card->listed = kLateSwitch;
+// Also run when the plugin is loaded.
+__attribute__((constructor)) void autl_fake_ctl_reset(void) {
+    for (int card = 0; card < CARD_COUNT; ++card) {
+        for (int key = 0; key < kControlCount; ++key) {
+            memcpy(cards[card].values[key], kControls[key].first, sizeof(kControls[key].first));
+        }
+        cards[card].listed = kLateSwitch;
     }
-    cards_set = 1;
 }
 
 void autl_fake_ctl_add_late_control(int card) {
     if (card < 0 || card >= CARD_COUNT) return;
     cards[card].listed = kControlCount;
-    SaveState();
+    SaveState(0);
 }
 
 static struct card* Card(snd_ctl_ext_t* ext) {
@@ -136,56 +119,32 @@ static snd_ctl_ext_key_t FindElem(snd_ctl_ext_t* ext, const snd_ctl_elem_id_t* i
 
 static int GetAttribute(snd_ctl_ext_t* ext, snd_ctl_ext_key_t key, int* type, unsigned int* acc,
                         unsigned int* count) {
-    (void)ext;
     *type = kControls[key].type;
     *acc = SND_CTL_EXT_ACCESS_READWRITE;
     *count = kControls[key].count;
     return 0;
 }
 
-static int GetIntegerInfo(snd_ctl_ext_t* ext, snd_ctl_ext_key_t key, long* min, long* max,
-                          long* step) {
-    (void)ext;
-    *min = kControls[key].min;
-    *max = kControls[key].max;
-    *step = 1;
-    return 0;
-}
-
-static int GetInteger64Info(snd_ctl_ext_t* ext, snd_ctl_ext_key_t key, int64_t* min, int64_t* max,
-                            int64_t* step) {
-    (void)ext;
-    (void)key;
-    *min = 0;
-    *max = INT64_MAX;
-    *step = 1;
-    return 0;
-}
-
 static int GetEnumeratedInfo(snd_ctl_ext_t* ext, snd_ctl_ext_key_t key, unsigned int* items) {
-    (void)ext;
-    (void)key;
-    *items = sizeof(kRouteItems) / sizeof(kRouteItems[0]);
+    *items = 3;
     return 0;
 }
 
 static int GetEnumeratedName(snd_ctl_ext_t* ext, snd_ctl_ext_key_t key, unsigned int item,
                              char* name, size_t name_max_len) {
-    (void)ext;
-    (void)key;
-    if (item >= sizeof(kRouteItems) / sizeof(kRouteItems[0])) return -EINVAL;
+    if (item >= 3) return -EINVAL;
     snprintf(name, name_max_len, "%s", kRouteItems[item]);
     return 0;
 }
 
-/* Copies the values of a control out, or checks and stores new ones (1 when they changed). */
+// Copies the values of a control out, or checks and stores new ones (1 when they changed).
 static int ReadValues(snd_ctl_ext_t* ext, snd_ctl_ext_key_t key, long* out) {
     if (key == kFaultyLevel) return -EIO;
     memcpy(out, Card(ext)->values[key], kControls[key].count * sizeof(long));
     return 0;
 }
 
-static int WriteValues(snd_ctl_ext_t* ext, snd_ctl_ext_key_t key, const long* in) {
+static int WriteValues(snd_ctl_ext_t* ext, snd_ctl_ext_key_t key, long* in) {
     if (key == kFaultyLevel) return -EIO;
     const struct control* control = &kControls[key];
     for (unsigned int i = 0; i < control->count; ++i) {
@@ -194,51 +153,39 @@ static int WriteValues(snd_ctl_ext_t* ext, snd_ctl_ext_key_t key, const long* in
     long* values = Card(ext)->values[key];
     const int changed = memcmp(values, in, control->count * sizeof(long)) != 0;
     memcpy(values, in, control->count * sizeof(long));
-    SaveState();
-    return changed;
+    return SaveState(changed);
 }
 
-static int ReadInteger(snd_ctl_ext_t* ext, snd_ctl_ext_key_t key, long* value) {
-    return ReadValues(ext, key, value);
-}
-
-static int WriteInteger(snd_ctl_ext_t* ext, snd_ctl_ext_key_t key, long* value) {
-    return WriteValues(ext, key, value);
-}
-
-static int ReadInteger64(snd_ctl_ext_t* ext, snd_ctl_ext_key_t key, int64_t* value) {
-    (void)key;
-    *value = Card(ext)->big_counter;
-    return 0;
-}
-
-static int WriteInteger64(snd_ctl_ext_t* ext, snd_ctl_ext_key_t key, int64_t* value) {
-    (void)key;
-    const int changed = Card(ext)->big_counter != *value;
-    Card(ext)->big_counter = *value;
-    SaveState();
-    return changed;
-}
-
-static int ReadEnumerated(snd_ctl_ext_t* ext, snd_ctl_ext_key_t key, unsigned int* items) {
-    long value = 0;
-    const int result = ReadValues(ext, key, &value);
-    items[0] = (unsigned int)value;
-    return result;
-}
-
-static int WriteEnumerated(snd_ctl_ext_t* ext, snd_ctl_ext_key_t key, unsigned int* items) {
-    const long value = items[0];
-    return WriteValues(ext, key, &value);
-}
+// Reads and writes of another type than long, and the integer ranges.
+#define ACCESS(Name, Type)                                                        \
+    static int Read##Name(snd_ctl_ext_t* ext, snd_ctl_ext_key_t key, Type* out) { \
+        long value = 0;                                                           \
+        const int result = ReadValues(ext, key, &value);                          \
+        *out = (Type)value;                                                       \
+        return result;                                                            \
+    }                                                                             \
+    static int Write##Name(snd_ctl_ext_t* ext, snd_ctl_ext_key_t key, Type* in) { \
+        long value = (long)*in;                                                   \
+        return WriteValues(ext, key, &value);                                     \
+    }
+#define RANGE(Name, Type)                                                                       \
+    static int Get##Name##Info(snd_ctl_ext_t* ext, snd_ctl_ext_key_t key, Type* min, Type* max, \
+                               Type* step) {                                                    \
+        *min = kControls[key].min;                                                              \
+        *max = kControls[key].max;                                                              \
+        *step = 1;                                                                              \
+        return 0;                                                                               \
+    }
+ACCESS(Integer64, int64_t)
+ACCESS(Enumerated, unsigned int)
+RANGE(Integer, long)
+RANGE(Integer64, int64_t)
 
 static int ReadBytes(snd_ctl_ext_t* ext, snd_ctl_ext_key_t key, unsigned char* data,
                      size_t max_bytes) {
     long values[MAX_VALUES];
     const int result = ReadValues(ext, key, values);
-    for (unsigned int i = 0; i < kControls[key].count && i < max_bytes; ++i) {
-        data[i] = (unsigned char)values[i];
-    }
+    for (unsigned int i = 0; i < kControls[key].count && i < max_bytes; ++i) data[i] = values[i];
     return result;
 }
 
@@ -263,52 +210,34 @@ static const snd_ctl_ext_callback_t kCallbacks = {
         .get_integer64_info = GetInteger64Info,
         .get_enumerated_info = GetEnumeratedInfo,
         .get_enumerated_name = GetEnumeratedName,
-        .read_integer = ReadInteger,
+        .read_integer = ReadValues,
         .read_integer64 = ReadInteger64,
         .read_enumerated = ReadEnumerated,
         .read_bytes = ReadBytes,
-        .write_integer = WriteInteger,
+        .write_integer = WriteValues,
         .write_integer64 = WriteInteger64,
         .write_enumerated = WriteEnumerated,
         .write_bytes = WriteBytes,
 };
 
-/* The card number arrives as an integer, or as a string from the @args of a ctl definition. */
-static int ParseCard(snd_config_t* node, long* card) {
-    if (snd_config_get_integer(node, card) == 0) return 0;
-    const char* text;
-    if (snd_config_get_string(node, &text) < 0) return -EINVAL;
-    char* end;
-    *card = strtol(text, &end, 10);
-    return *text != '\0' && *end == '\0' ? 0 : -EINVAL;
-}
-
+// The fields "card" (a number, given as text by the @args of a ctl definition), "name" and
+// "state"; any other field is ignored.
 SND_CTL_PLUGIN_DEFINE_FUNC(autl_fake) {
-    (void)root;
     long number = 0;
     const char* card_name = "Fake Card";
     const char* state = "";
     snd_config_iterator_t i, next;
     snd_config_for_each(i, next, conf) {
-        snd_config_t* node = snd_config_iterator_entry(i);
-        const char* id;
-        if (snd_config_get_id(node, &id) < 0) continue;
-        if (strcmp(id, "comment") == 0 || strcmp(id, "type") == 0 || strcmp(id, "hint") == 0) {
+        const char *id, *text;
+        if (snd_config_get_id(snd_config_iterator_entry(i), &id) < 0 ||
+            snd_config_get_string(snd_config_iterator_entry(i), &text) < 0) {
             continue;
         }
-        if (strcmp(id, "card") == 0) {
-            if (ParseCard(node, &number) < 0) return -EINVAL;
-        } else if (strcmp(id, "name") == 0) {
-            if (snd_config_get_string(node, &card_name) < 0) return -EINVAL;
-        } else if (strcmp(id, "state") == 0) {
-            if (snd_config_get_string(node, &state) < 0) return -EINVAL;
-        } else {
-            SNDERR("Unknown field %s", id);
-            return -EINVAL;
-        }
+        if (strcmp(id, "card") == 0) number = strtol(text, NULL, 10);
+        if (strcmp(id, "name") == 0) card_name = text;
+        if (strcmp(id, "state") == 0) state = text;
     }
     if (number < 0 || number >= CARD_COUNT) return -ENODEV;
-    if (!cards_set) autl_fake_ctl_reset();
     snprintf(state_path, sizeof(state_path), "%s", state);
     LoadState();
 
@@ -317,10 +246,7 @@ SND_CTL_PLUGIN_DEFINE_FUNC(autl_fake) {
     ext->version = SND_CTL_EXT_VERSION;
     ext->card_idx = (int)number;
     snprintf(ext->id, sizeof(ext->id), "AutlFake%ld", number);
-    snprintf(ext->driver, sizeof(ext->driver), "autl_fake");
     snprintf(ext->name, sizeof(ext->name), "%s %ld", card_name, number);
-    snprintf(ext->longname, sizeof(ext->longname), "%s %ld (control plugin)", card_name, number);
-    snprintf(ext->mixername, sizeof(ext->mixername), "%s Mixer", card_name);
     ext->poll_fd = -1;
     ext->callback = &kCallbacks;
     ext->private_data = &cards[number];

@@ -3,19 +3,17 @@
 // A scriptable fake of tinyalsa's mixer calls. Linked into a test program, its definitions of the
 // calls take the place of libtinyalsa's for the whole process, the library's calls included.
 // Cards and controls are plain records that a test fills in and inspects; every call is recorded.
+// The calls check buffers, counts and control types and refuse with -EINVAL as tinyalsa does,
+// unless a control scripts another answer; mixer and control handles must be valid.
 //
 //   FakeTinyalsa tinyalsa;
 //   mixer& card = tinyalsa.AddCard(0, "Test Card");
-//   card.controls.push_back(IntControl("Speaker Volume", {30, 30}));
+//   card.controls.push_back({"Speaker Volume", MIXER_CTL_TYPE_INT, {30, 30}});
 //   ... drive the code under test ...
-//   EXPECT_THAT(tinyalsa.Calls(), ElementsAre("mixer_open(0)", ...));
-//
-// The calls behave as tinyalsa's do (the same argument checks and -EINVAL refusals) unless a
-// control scripts another answer.
+//   EXPECT_THAT(tinyalsa.calls, ElementsAre("mixer_open(0)", ...));
 
 #include <tinyalsa/asoundlib.h>
 
-#include <atomic>
 #include <deque>
 #include <map>
 #include <mutex>
@@ -25,64 +23,52 @@
 
 struct mixer_ctl {
     std::string name;
-    mixer_ctl_type type = MIXER_CTL_TYPE_INT;
-    // Bool and int controls: the values. Byte controls: one byte per entry. Enumerated controls:
-    // the selected item of each value.
+    mixer_ctl_type type;
+    // Int controls: the values. Byte controls: one byte per entry. Enumerated controls: the
+    // selected item.
     std::vector<long> values;
     // The item texts of an enumerated control; a null entry is an item without text.
-    std::vector<const char*> items;
+    std::vector<const char*> items = {};
     // When set, mixer_ctl_get_array or mixer_ctl_get_value answer this without reading.
-    std::optional<int> get_array_result;
-    std::optional<int> get_value_result;
+    std::optional<int> get_array_result = {};
+    std::optional<int> get_value_result = {};
 };
 
 struct mixer {
     unsigned int card = 0;
-    // Null: mixer_get_name answers null.
     const char* name = nullptr;
     // A deque, so that handles stay valid as a test adds controls to an open card.
-    std::deque<mixer_ctl> controls;
+    std::deque<mixer_ctl> controls = {};
     // How many of `controls` the open mixer knows: set by mixer_open and mixer_add_new_ctls.
     size_t known_controls = 0;
-    bool open = false;
     // When set, mixer_add_new_ctls answers this and learns nothing.
-    std::optional<int> add_new_ctls_result;
+    std::optional<int> add_new_ctls_result = {};
 };
 
 namespace autl::test {
 
-mixer_ctl IntControl(std::string name, std::vector<long> values);
-mixer_ctl ByteControl(std::string name, std::vector<long> values);
-// One value, with the item `selected`.
-mixer_ctl EnumControl(std::string name, long selected, std::vector<const char*> items);
-
-class FakeTinyalsa {
-  public:
-    // The calls use this object while it lives; at most one may exist at a time. Without one,
-    // mixer_open finds no card.
-    FakeTinyalsa();
-    ~FakeTinyalsa();
+// The calls use the fake that lives (at most one at a time). A test reads and clears `calls` and
+// reads `max_running` while no call runs.
+struct FakeTinyalsa {
+    FakeTinyalsa() { current = this; }
+    ~FakeTinyalsa() { current = nullptr; }
     FakeTinyalsa(const FakeTinyalsa&) = delete;
     FakeTinyalsa& operator=(const FakeTinyalsa&) = delete;
 
     // A card that mixer_open(number) opens. The reference stays valid while the fake lives.
-    mixer& AddCard(unsigned int number, const char* name);
+    mixer& AddCard(unsigned int number, const char* name) {
+        return cards[number] = {.card = number, .name = name};
+    }
 
+    static inline FakeTinyalsa* current = nullptr;
+    std::map<unsigned int, mixer> cards;
     // One line per call, in order, written like the call: "mixer_ctl_get_array(Volume, 1)" (a
-    // control by name, a mixer by card number, text in quotes, null as "null").
-    std::vector<std::string> Calls() const;
-    void ClearCalls();
-    // The largest number of calls that were running at the same time.
-    int MaxConcurrentCalls() const { return max_concurrent_calls_.load(); }
-
-  private:
-    friend class FakeCall;
-
-    std::map<unsigned int, mixer> cards_;
-    mutable std::mutex calls_mutex_;
-    std::vector<std::string> calls_;
-    std::atomic<int> concurrent_calls_{0};
-    std::atomic<int> max_concurrent_calls_{0};
+    // control by name, a mixer by card number, text in quotes).
+    std::vector<std::string> calls;
+    // The largest number of calls that ran at the same time.
+    int max_running = 0;
+    int running = 0;
+    std::mutex mutex;  // guards the three above while calls run
 };
 
 }  // namespace autl::test

@@ -4,9 +4,7 @@
 #include <hardware_legacy/power.h>
 
 #include <mutex>
-#include <utility>
 
-namespace autl::test {
 namespace {
 
 struct Result {
@@ -14,80 +12,49 @@ struct Result {
     int error = 0;
 };
 
-struct State {
-    std::mutex mutex;
-    Result acquire;
-    Result release;
-    std::vector<WakeLockCall> calls;
-};
+std::mutex mutex;
+Result acquire_result;
+Result release_result;
+std::vector<std::string> calls;
 
-State& GetState() {
-    static State state;
-    return state;
-}
-
-void Reset() {
-    State& state = GetState();
-    std::lock_guard lock(state.mutex);
-    state.acquire = {};
-    state.release = {};
-    state.calls.clear();
-}
-
-int Record(WakeLockCall call, Result State::*result) {
-    State& state = GetState();
-    std::lock_guard lock(state.mutex);
-    state.calls.push_back(std::move(call));
-    const Result scripted = state.*result;
-    if (scripted.value != 0) errno = scripted.error;
-    return scripted.value;
+int Record(std::string call, const Result& result) {
+    std::lock_guard lock(mutex);
+    calls.push_back(std::move(call));
+    if (result.value != 0) errno = result.error;
+    return result.value;
 }
 
 }  // namespace
 
-std::ostream& operator<<(std::ostream& out, const WakeLockCall& call) {
-    return out << "{" << (call.kind == WakeLockCall::kAcquire ? "acquire" : "release") << ", "
-               << call.lock << ", \"" << call.id << "\"}";
-}
+namespace autl::test {
 
 FakeWakeLock::FakeWakeLock() {
-    Reset();
-}
-
-FakeWakeLock::~FakeWakeLock() {
-    Reset();
+    std::lock_guard lock(mutex);
+    acquire_result = release_result = {};
+    calls.clear();
 }
 
 void FakeWakeLock::SetAcquireResult(int result, int error) {
-    State& state = GetState();
-    std::lock_guard lock(state.mutex);
-    state.acquire = {result, error};
+    std::lock_guard lock(mutex);
+    acquire_result = {result, error};
 }
 
 void FakeWakeLock::SetReleaseResult(int result, int error) {
-    State& state = GetState();
-    std::lock_guard lock(state.mutex);
-    state.release = {result, error};
+    std::lock_guard lock(mutex);
+    release_result = {result, error};
 }
 
-std::vector<WakeLockCall> FakeWakeLock::Calls() const {
-    State& state = GetState();
-    std::lock_guard lock(state.mutex);
-    return state.calls;
+std::vector<std::string> FakeWakeLock::Calls() const {
+    std::lock_guard lock(mutex);
+    return calls;
 }
 
 }  // namespace autl::test
 
-extern "C" {
-
-int acquire_wake_lock(int lock, const char* id) {
-    using autl::test::WakeLockCall;
-    return autl::test::Record({WakeLockCall::kAcquire, lock, id}, &autl::test::State::acquire);
+extern "C" int acquire_wake_lock(int lock, const char* id) {
+    return Record("acquire_wake_lock(" + std::to_string(lock) + ", " + id + ")", acquire_result);
 }
 
-int release_wake_lock(const char* id) {
-    using autl::test::WakeLockCall;
-    return autl::test::Record({WakeLockCall::kRelease, 0, id}, &autl::test::State::release);
+extern "C" int release_wake_lock(const char* id) {
+    return Record("release_wake_lock(" + std::string(id) + ")", release_result);
 }
-
-}  // extern "C"

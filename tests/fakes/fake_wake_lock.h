@@ -8,36 +8,24 @@
 //   FakeWakeLock platform;
 //   platform.SetAcquireResult(-1, EACCES);
 //   EXPECT_FALSE(WakeLock("hal").Acquire());
-//   EXPECT_THAT(platform.Calls(), ElementsAre(WakeLockCall{WakeLockCall::kAcquire, 1, "hal"}));
+//   EXPECT_THAT(platform.Calls(), ElementsAre("acquire_wake_lock(1, hal)"));
 
-#include <ostream>
 #include <string>
 #include <vector>
 
 namespace autl::test {
 
-struct WakeLockCall {
-    enum Kind { kAcquire, kRelease };
-    Kind kind;
-    int lock;  // the lock type passed to acquire_wake_lock; 0 for a release
-    std::string id;
-
-    bool operator==(const WakeLockCall&) const = default;
-};
-std::ostream& operator<<(std::ostream& out, const WakeLockCall& call);
-
 class FakeWakeLock {
   public:
     FakeWakeLock();
-    ~FakeWakeLock();
     FakeWakeLock(const FakeWakeLock&) = delete;
     FakeWakeLock& operator=(const FakeWakeLock&) = delete;
 
     // What the following calls return; a non-zero result also sets errno to `error`.
     void SetAcquireResult(int result, int error = 0);
     void SetReleaseResult(int result, int error = 0);
-    // Every call so far, in order.
-    std::vector<WakeLockCall> Calls() const;
+    // Every call so far, in order, written like the call.
+    std::vector<std::string> Calls() const;
 };
 
 }  // namespace autl::test

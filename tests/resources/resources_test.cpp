@@ -7,7 +7,6 @@
 #include <cstdint>
 #include <filesystem>
 #include <fstream>
-#include <set>
 #include <sstream>
 #include <string>
 #include <thread>
@@ -34,28 +33,13 @@ using testing::ElementsAre;
 
 constexpr char kApex[] = "com.zentro.varsk.audio.resource";
 constexpr char kTag[] = "AUtl::Resources";
-constexpr char kVendorAudio[] = "/vendor/etc/audio/";
-constexpr char kApexAudio[] = "/apex/com.zentro.varsk.audio.resource/etc/audio/";
+const std::string kApexAudio = "/apex/com.zentro.varsk.audio.resource/etc/audio/";
 
-// A device tree under a temporary root.
-class FakeRoot {
-  public:
-    const std::string& path() const { return dir_.path(); }
-    void AddFolder(const std::string& path) { std::filesystem::create_directories(Full(path)); }
-    void AddFile(const std::string& path) {
-        std::filesystem::create_directories(std::filesystem::path(Full(path)).parent_path());
-        std::ofstream(Full(path)) << "x";
-    }
-    void AddLink(const std::string& path, const std::string& target) {
-        std::filesystem::create_directories(std::filesystem::path(Full(path)).parent_path());
-        std::filesystem::create_symlink(target, Full(path));
-    }
-    void Remove(const std::string& path) { std::filesystem::remove_all(Full(path)); }
-    std::string Full(const std::string& path) const { return dir_.path() + path; }
-
-  private:
-    TempDir dir_;
-};
+// Makes `path` below the root: a folder when it ends in "/", else a file.
+void Make(const TempDir& root, const std::string& path) {
+    std::filesystem::create_directories(std::filesystem::path(root.path() + path).parent_path());
+    if (!path.ends_with('/')) std::ofstream(root.path() + path) << "x";
+}
 
 // The dump lines of `resources`, as one text.
 std::string DumpText(Resources& resources, uint32_t indentation = 0,
@@ -68,152 +52,94 @@ std::string DumpText(Resources& resources, uint32_t indentation = 0,
 }
 
 TEST(ResourcesTest, GetFolderPath_SearchOrderAndFallbacks) {
-    enum Kind { kFolder, kFile, kLoop };
-    struct Entry {
-        Kind kind;
-        std::string path;
-    };
-    struct Case {
-        const char* name;
-        std::vector<Entry> entries;
+    TempDir root;
+    for (const std::string& path : std::vector<std::string>{
+                 "/vendor/etc/audio/both/", kApexAudio + "both/", kApexAudio + "apex/",
+                 "/vendor/etc/audio/file", "/vendor/etc/audio/a/b/", kApexAudio + "loop/"}) {
+        Make(root, path);
+    }
+    // Asking about a link to itself fails: that counts as absent.
+    std::filesystem::create_symlink(root.Join("vendor/etc/audio/loop"),
+                                    root.Join("vendor/etc/audio/loop"));
+    const struct {
         std::string key;
         std::string expected;  // below the root
+    } cases[] = {
+            {"both", "/vendor/etc/audio/both/"},
+            {"apex", kApexAudio + "apex/"},
+            {"file", "/vendor/etc/audio/file/"},  // any kind of entry counts
+            {"loop", kApexAudio + "loop/"},
+            {"a/b", "/vendor/etc/audio/a/b/"},
+            {"Both", "/vendor/etc/"},
+            {"vexa4", "/vendor/etc/ulq/"},
+            {"dornwake", "/vendor/etc/ulq/"},
+            {"kastrelion", "/vendor/etc/ulq/"},
+            {"Kastrelion", "/vendor/etc/"},
+            {"tuning", "/vendor/etc/"},
+            {"", "/vendor/etc/audio//"},
     };
-    const std::vector<Case> cases = {
-            {"vendor before apex",
-             {{kFolder, "/vendor/etc/audio/foo"}, {kFolder, std::string(kApexAudio) + "foo"}},
-             "foo",
-             "/vendor/etc/audio/foo/"},
-            {"apex alone",
-             {{kFolder, std::string(kApexAudio) + "foo"}},
-             "foo",
-             std::string(kApexAudio) + "foo/"},
-            {"a file counts", {{kFile, "/vendor/etc/audio/foo"}}, "foo", "/vendor/etc/audio/foo/"},
-            {"error counts as absent",
-             {{kLoop, "/vendor/etc/audio/foo"}, {kFolder, std::string(kApexAudio) + "foo"}},
-             "foo",
-             std::string(kApexAudio) + "foo/"},
-            {"key with a slash",
-             {{kFolder, "/vendor/etc/audio/a/b"}},
-             "a/b",
-             "/vendor/etc/audio/a/b/"},
-            {"other case misses", {{kFolder, "/vendor/etc/audio/foo"}}, "Foo", "/vendor/etc/"},
-            {"spatializer", {}, "spatializer", "/vendor/etc/spatializer/"},
-            {"vexa4", {}, "vexa4", "/vendor/etc/ulq/"},
-            {"dornwake", {}, "dornwake", "/vendor/etc/ulq/"},
-            {"kastrelion", {}, "kastrelion", "/vendor/etc/ulq/"},
-            {"fallback is case-sensitive", {}, "Kastrelion", "/vendor/etc/"},
-            {"any other key", {}, "tuning", "/vendor/etc/"},
-            {"empty key", {}, "", "/vendor/etc/"},
-            {"empty key, audio folder present",
-             {{kFolder, "/vendor/etc/audio"}},
-             "",
-             "/vendor/etc/audio//"},
-    };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.name);
-        FakeRoot root;
-        for (const Entry& entry : c.entries) {
-            switch (entry.kind) {
-                case kFolder:
-                    root.AddFolder(entry.path);
-                    break;
-                case kFile:
-                    root.AddFile(entry.path);
-                    break;
-                case kLoop:
-                    root.AddLink(entry.path, root.Full(entry.path));
-                    break;
-            }
-        }
-        Resources resources(root.path());
-        EXPECT_EQ(resources.GetFolderPath(c.key), root.path() + c.expected);
+    Resources resources(root.path());
+    for (const auto& c : cases) {
+        EXPECT_EQ(resources.GetFolderPath(c.key), root.path() + c.expected) << c.key;
     }
 }
 
 // Without a root the answers are the device's own paths. A workstation has no /vendor/etc/audio.
 TEST(ResourcesTest, DefaultRoot_DevicePaths) {
-    ASSERT_FALSE(std::filesystem::exists(kVendorAudio));
+    ASSERT_FALSE(std::filesystem::exists("/vendor/etc/audio/"));
+    LogCapture logs;
     Resources resources;
     EXPECT_EQ(resources.GetFolderPath("spatializer"), "/vendor/etc/spatializer/");
-    EXPECT_EQ(resources.GetFolderPath("dornwake"), "/vendor/etc/ulq/");
-    EXPECT_EQ(resources.GetFolderPath("tuning"), "/vendor/etc/");
+    EXPECT_EQ(resources.GetFolderPath(""), "/vendor/etc/");
+    EXPECT_EQ(resources.GetFilePath("x", "a.xml"), "");
+    EXPECT_THAT(logs.Lines(kTag),
+                ElementsAre(LogLine{WARNING, kTag, "GetFilePath: /vendor/etc/a.xml not exist"}));
 }
 
 TEST(ResourcesTest, GetFolderPath_CachedForTheObjectsLife) {
-    FakeRoot root;
-    root.AddFolder("/vendor/etc/audio/gone");
+    TempDir root;
+    Make(root, "/vendor/etc/audio/gone/");
     Resources resources(root.path());
+    EXPECT_EQ(resources.GetFolderPath("late"), root.path() + "/vendor/etc/");
+    // First calls from several threads at once agree.
+    std::vector<std::string> answers(8);
+    std::vector<std::thread> threads;
+    for (size_t i = 0; i < answers.size(); ++i) {
+        threads.emplace_back([&, i] {
+            answers[i] = resources.GetFolderPath("gone");
+            resources.GetFolderPath("own" + std::to_string(i));
+        });
+    }
+    for (std::thread& thread : threads) thread.join();
+    EXPECT_THAT(answers, testing::Each(root.path() + "/vendor/etc/audio/gone/"));
+    EXPECT_THAT(DumpText(resources), testing::StartsWith("Resources:\n  #: size: 10\n"));
 
+    std::filesystem::remove_all(root.Join("vendor/etc/audio/gone"));
+    Make(root, "/vendor/etc/audio/late/");
     EXPECT_EQ(resources.GetFolderPath("gone"), root.path() + "/vendor/etc/audio/gone/");
     EXPECT_EQ(resources.GetFolderPath("late"), root.path() + "/vendor/etc/");
-    root.Remove("/vendor/etc/audio/gone");
-    root.AddFolder("/vendor/etc/audio/late");
-    EXPECT_EQ(resources.GetFolderPath("gone"), root.path() + "/vendor/etc/audio/gone/");
-    EXPECT_EQ(resources.GetFolderPath("late"), root.path() + "/vendor/etc/");
-
-    // A new object searches again.
     Resources fresh(root.path());
     EXPECT_EQ(fresh.GetFolderPath("gone"), root.path() + "/vendor/etc/");
     EXPECT_EQ(fresh.GetFolderPath("late"), root.path() + "/vendor/etc/audio/late/");
 }
 
-TEST(ResourcesTest, GetFolderPath_ConcurrentFirstCallsAgree) {
-    FakeRoot root;
-    root.AddFolder(std::string(kApexAudio) + "shared");
-    Resources resources(root.path());
-    constexpr int kThreads = 8;
-    std::vector<std::string> answers(kThreads);
-    std::vector<std::thread> threads;
-    for (int i = 0; i < kThreads; ++i) {
-        threads.emplace_back([&, i] {
-            answers[i] = resources.GetFolderPath("shared");
-            resources.GetFolderPath("own" + std::to_string(i));
-        });
-    }
-    for (std::thread& thread : threads) thread.join();
-    for (const std::string& answer : answers) {
-        EXPECT_EQ(answer, root.path() + kApexAudio + "shared/");
-    }
-    EXPECT_THAT(DumpText(resources), testing::StartsWith("Resources:\n  #: size: 9\n"));
-}
-
-TEST(ResourcesTest, GetFilePath_ExistingEntry_PathWithInfo) {
-    FakeRoot root;
-    root.AddFile("/vendor/etc/audio/spatializer/config.xml");
-    root.AddFile("/vendor/etc/audio/spatializer/hrtf/left.bin");
+TEST(ResourcesTest, GetFilePath_AnyEntryFoundAtInfoMissingAtWarning) {
+    TempDir root;
+    Make(root, "/vendor/etc/audio/spatializer/config.xml");
+    Make(root, "/vendor/etc/audio/spatializer/hrtf/left.bin");
     Resources resources(root.path());
     LogCapture logs;
-
     const std::string folder = root.path() + "/vendor/etc/audio/spatializer/";
-    EXPECT_EQ(resources.GetFilePath("spatializer", "config.xml"), folder + "config.xml");
-    EXPECT_EQ(resources.GetFilePath("spatializer", "hrtf/left.bin"), folder + "hrtf/left.bin");
-    EXPECT_EQ(resources.GetFilePath("spatializer", "hrtf"), folder + "hrtf");
-
-    EXPECT_THAT(logs.Lines(kTag),
-                ElementsAre(LogLine{INFO, kTag, "GetFilePath: " + folder + "config.xml exist"},
-                            LogLine{INFO, kTag, "GetFilePath: " + folder + "hrtf/left.bin exist"},
-                            LogLine{INFO, kTag, "GetFilePath: " + folder + "hrtf exist"}));
-}
-
-TEST(ResourcesTest, GetFilePath_Missing_EmptyWithWarning) {
-    {
-        LogCapture logs;
-        Resources resources;
-        EXPECT_EQ(resources.GetFilePath("x", "a.xml"), "");
-        EXPECT_THAT(logs.Lines(kTag),
-                    ElementsAre(LogLine{WARNING, kTag, "GetFilePath: /vendor/etc/a.xml not exist"}));
+    for (const std::string file : {"config.xml", "hrtf/left.bin", "hrtf"}) {
+        EXPECT_EQ(resources.GetFilePath("spatializer", file), folder + file);
     }
-    {
-        FakeRoot root;
-        root.AddFolder("/vendor/etc/audio/spatializer");
-        LogCapture logs;
-        Resources resources(root.path());
-        EXPECT_EQ(resources.GetFilePath("spatializer", "config.xml"), "");
-        EXPECT_THAT(logs.Messages(kTag),
-                    ElementsAre("GetFilePath: " + root.path() +
-                                "/vendor/etc/audio/spatializer/config.xml not exist"));
-    }
+    EXPECT_EQ(resources.GetFilePath("spatializer", "other.xml"), "");
+    EXPECT_THAT(
+            logs.Lines(kTag),
+            ElementsAre(LogLine{INFO, kTag, "GetFilePath: " + folder + "config.xml exist"},
+                        LogLine{INFO, kTag, "GetFilePath: " + folder + "hrtf/left.bin exist"},
+                        LogLine{INFO, kTag, "GetFilePath: " + folder + "hrtf exist"},
+                        LogLine{WARNING, kTag, "GetFilePath: " + folder + "other.xml not exist"}));
 }
 
 TEST(ResourcesTest, ApexVersion_ReadAtConstructionSplitAndDumped) {
@@ -225,9 +151,7 @@ TEST(ResourcesTest, ApexVersion_ReadAtConstructionSplitAndDumped) {
     };
     const Case cases[] = {
             {-2, -1, -1, "{major: -1, minor: -1}"},
-            {-1, -1, -1, "{major: -1, minor: -1}"},
             {(int64_t{26} << 32) | 5, 26, 5, "{major: 1a, minor: 5}"},
-            {0, 0, 0, "{major: 0, minor: 0}"},
             {int64_t{0x7fffffff} << 32 | 0x7fffffff, 0x7fffffff, 0x7fffffff,
              "{major: 7fffffff, minor: 2147483647}"},
             {static_cast<int64_t>(0xFFFFFFFF00000005), -1, 5, "{major: -1, minor: -1}"},
@@ -252,37 +176,28 @@ TEST(ResourcesTest, ApexVersion_ReadAtConstructionSplitAndDumped) {
 }
 
 TEST(ResourcesTest, Dump_CacheAndVersionOneLineEach) {
-    FakeApexSupport apex;
-    apex.Install(kApex, (int64_t{26} << 32) | 5);
-    FakeRoot root;
-    root.AddFolder("/vendor/etc/audio/foo");
+    TempDir root;
+    Make(root, "/vendor/etc/audio/foo/");
     Resources resources(root.path());
     resources.GetFolderPath("foo");
-
-    EXPECT_EQ(DumpText(resources, 2),
-              "  Resources:\n"
-              "    #: size: 1\n"
-              "    foo: " +
-                      root.path() +
-                      "/vendor/etc/audio/foo/\n"
-                      "  APEX version: {major: 1a, minor: 5}\n");
+    EXPECT_EQ(DumpText(resources, 2), "  Resources:\n    #: size: 1\n    foo: " + root.path() +
+                                              "/vendor/etc/audio/foo/\n"
+                                              "  APEX version: {major: -1, minor: -1}\n");
     EXPECT_EQ(DumpText(resources, 0, {"AUtl::Res"}).substr(0, 11), "Resources:\n");
     EXPECT_EQ(DumpText(resources, 0, {"AUtl::Logger"}), "");
 
-    // Several keys: every cached key once, in the cache's own order.
+    // Every cached key once, in the cache's own order.
     resources.GetFolderPath("spatializer");
     resources.GetFolderPath("vexa4");
-    std::istringstream lines(DumpText(resources));
-    std::vector<std::string> dumped;
-    for (std::string line; std::getline(lines, line);) dumped.push_back(line);
-    ASSERT_EQ(dumped.size(), 6u);
-    EXPECT_EQ(dumped[0], "Resources:");
-    EXPECT_EQ(dumped[1], "  #: size: 3");
-    EXPECT_EQ(std::set<std::string>(dumped.begin() + 2, dumped.begin() + 5),
-              (std::set<std::string>{"  foo: " + root.path() + "/vendor/etc/audio/foo/",
-                                     "  spatializer: " + root.path() + "/vendor/etc/spatializer/",
-                                     "  vexa4: " + root.path() + "/vendor/etc/ulq/"}));
-    EXPECT_EQ(dumped[5], "APEX version: {major: 1a, minor: 5}");
+    std::istringstream text(DumpText(resources));
+    std::vector<std::string> lines;
+    for (std::string line; std::getline(text, line);) lines.push_back(line);
+    EXPECT_THAT(lines, testing::UnorderedElementsAre(
+                               "Resources:", "  #: size: 3",
+                               "  foo: " + root.path() + "/vendor/etc/audio/foo/",
+                               "  spatializer: " + root.path() + "/vendor/etc/spatializer/",
+                               "  vexa4: " + root.path() + "/vendor/etc/ulq/",
+                               "APEX version: {major: -1, minor: -1}"));
 }
 
 // The platform level is read once per process, so each case runs in a process of its own: a death

@@ -33,11 +33,8 @@ std::vector<LogLine> LogCapture::Lines() const {
 }
 
 std::vector<LogLine> LogCapture::Lines(std::string_view tag) const {
-    std::lock_guard lock(mutex_);
-    std::vector<LogLine> lines;
-    for (const LogLine& line : lines_) {
-        if (line.tag == tag) lines.push_back(line);
-    }
+    std::vector<LogLine> lines = Lines();
+    std::erase_if(lines, [&](const LogLine& line) { return line.tag != tag; });
     return lines;
 }
 

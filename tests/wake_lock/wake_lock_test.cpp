@@ -3,7 +3,6 @@
 #include <errno.h>
 
 #include <string>
-#include <vector>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -19,59 +18,44 @@ using android::base::WARNING;
 using autl::test::FakeWakeLock;
 using autl::test::LogCapture;
 using autl::test::LogLine;
-using autl::test::WakeLockCall;
 using testing::ElementsAre;
 
 constexpr char kTag[] = "AUtl::WakeLock";
 
-TEST(WakeLockTest, AcquireTwiceReleaseOnce_EachCallReachesThePlatform) {
-    FakeWakeLock platform;
-    LogCapture logs;
-    WakeLock wake_lock("audio_hal_offload");
-
-    EXPECT_TRUE(wake_lock.Acquire());
-    EXPECT_TRUE(wake_lock.Acquire());
-    EXPECT_TRUE(wake_lock.Release());
-
-    EXPECT_THAT(platform.Calls(),
-                ElementsAre(WakeLockCall{WakeLockCall::kAcquire, 1, "audio_hal_offload"},
-                            WakeLockCall{WakeLockCall::kAcquire, 1, "audio_hal_offload"},
-                            WakeLockCall{WakeLockCall::kRelease, 0, "audio_hal_offload"}));
-    EXPECT_THAT(
-            logs.Lines(kTag),
-            ElementsAre(LogLine{INFO, kTag, "Acquire: acquired wake lock for audio_hal_offload"},
-                        LogLine{INFO, kTag, "Acquire: acquired wake lock for audio_hal_offload"},
-                        LogLine{INFO, kTag, "Release: released wake lock for audio_hal_offload"}));
-}
-
-// Only 0 is success: the classic platform answered a byte count, which must not pass for it.
-TEST(WakeLockTest, NonZeroResult_FalseWithWarningAndStaysUsable) {
-    for (const int result : {-1, 9}) {
-        SCOPED_TRACE(result);
+// Every call reaches the platform, and only 0 is success: the classic platform answered a byte
+// count, which must not pass for it. A failure leaves errno as the platform set it.
+TEST(WakeLockTest, EachCallReachesThePlatformAndIsLogged) {
+    const struct {
+        int result;
+        android::base::LogSeverity severity;
+        const char* acquired;
+        const char* released;
+    } cases[] = {
+            {0, INFO, "Acquire: acquired wake lock for hal", "Release: released wake lock for hal"},
+            {-1, WARNING, "Acquire: failed to acquire wake lock for hal",
+             "Release: failed to release wake lock for hal"},
+            {9, WARNING, "Acquire: failed to acquire wake lock for hal",
+             "Release: failed to release wake lock for hal"},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.result);
         FakeWakeLock platform;
         LogCapture logs;
         WakeLock wake_lock("hal");
-
-        platform.SetAcquireResult(result, EACCES);
+        platform.SetAcquireResult(c.result, EACCES);
+        platform.SetReleaseResult(c.result, ENOENT);
         errno = 0;
-        EXPECT_FALSE(wake_lock.Acquire());
-        EXPECT_EQ(EACCES, errno);
-
-        platform.SetReleaseResult(result, ENOENT);
-        errno = 0;
-        EXPECT_FALSE(wake_lock.Release());
-        EXPECT_EQ(ENOENT, errno);
-
-        EXPECT_THAT(
-                logs.Lines(kTag),
-                ElementsAre(LogLine{WARNING, kTag, "Acquire: failed to acquire wake lock for hal"},
-                            LogLine{WARNING, kTag, "Release: failed to release wake lock for hal"}));
-
-        platform.SetAcquireResult(0);
-        platform.SetReleaseResult(0);
-        EXPECT_TRUE(wake_lock.Acquire());
-        EXPECT_TRUE(wake_lock.Release());
-        EXPECT_EQ(platform.Calls().size(), 4u);
+        EXPECT_EQ(wake_lock.Acquire(), c.result == 0);
+        EXPECT_EQ(errno, c.result == 0 ? 0 : EACCES);
+        EXPECT_EQ(wake_lock.Acquire(), c.result == 0);
+        EXPECT_EQ(wake_lock.Release(), c.result == 0);
+        EXPECT_EQ(errno, c.result == 0 ? 0 : ENOENT);
+        EXPECT_THAT(platform.Calls(),
+                    ElementsAre("acquire_wake_lock(1, hal)", "acquire_wake_lock(1, hal)",
+                                "release_wake_lock(hal)"));
+        const LogLine acquired{c.severity, kTag, c.acquired};
+        EXPECT_THAT(logs.Lines(kTag),
+                    ElementsAre(acquired, acquired, LogLine{c.severity, kTag, c.released}));
     }
 }
 
