@@ -91,7 +91,7 @@ TEST_F(LoggerTest, Fold_OnlyTheSameClosedCall) {
             {"class", [](Pair p) { p.newer.class_name = "IStreamOut"; }},
             {"argument", [](Pair p) { p.newer.arguments = Value(2); }},
             {"argument type", [](Pair p) { p.newer.arguments[0].type = ArgumentType::kBool; }},
-            // More arguments for the same charge.
+            // The older has one more argument for the same charge.
             {"argument count", [](Pair p) { p.older.arguments.emplace_back("more", 1); }},
             {"ecode", [](Pair p) { p.newer.ecode = -22; }},
             {"return value", [](Pair p) { p.newer.ret.emplace("ret", false); }},
@@ -102,7 +102,8 @@ TEST_F(LoggerTest, Fold_OnlyTheSameClosedCall) {
             {"le", [](Pair p) { p.logger.SetLeSuspended(true); }},
             {"older executing", [](Pair p) { p.older.execution_time = -1; }},
             {"newer executing", [](Pair p) { p.newer.execution_time = -1; }},
-            {"none: folds", [](Pair) {}},
+            // The last case changes nothing, and the pair folds.
+            {"none", [](Pair) {}},
     };
     for (const auto& [what, change] : differences) {
         SCOPED_TRACE(what);
@@ -154,11 +155,14 @@ TEST_F(LoggerTest, Dump_DetailedLayout) {
     std::vector<Argument> mode;
     mode.emplace_back("mode", 2, ArgumentType::kAudioMode);
     logger.Append(Call("setAudioMode", std::move(mode), 40));
-    // Indentation applies to every line, the entries' lines included.
+    std::vector<Argument> many;
+    for (int i = 0; i < 12; ++i) many.emplace_back("argument", 1000000 + i);
+    logger.Append(Call("f", std::move(many), 5));
+    // Indentation and state columns start every line; long entries continue on further lines.
     EXPECT_EQ(
             DumpLines(logger, true, 2, {"AUtl::"}),
             (Lines{
-                    "  Interaction logger(2, 576):",
+                    "  Interaction logger(3, 1536):",
                     "     -- SCO Enabled",
                     "    /  -- A2DP Suspended",
                     "   |  /  -- LE Suspended",
@@ -170,24 +174,15 @@ TEST_F(LoggerTest, Dump_DetailedLayout) {
                     "id: 7], ret: not set, ecode: 0, time: 250 us",
                     "  |*| | |2| 03-05 14:07:09.123 IModule::setAudioMode: args(1): [mode: "
                     "IN_CALL], ret: not set, ecode: 0, time: 40 us",
+                    "  |*| | |2| 03-05 14:07:09.123 IModule::f: args(12): [argument: 1000000, "
+                    "argument: 1000001, argument: 1000002, argument: 1000003, argument: 1000004, ",
+                    "  |*| | |2|     argument: 1000005, argument: 1000006, argument: 1000007, "
+                    "argument: 1000008, argument: 1000009, argument: 1000010, argument: 1000011], "
+                    "ret: not set, ",
+                    "  |*| | |2|     ecode: 0, time: 5 us",
                     "  " + std::string(152, '='),
             }));
     EXPECT_THAT(DumpLines(logger, true, 0, {"AUtl::Res"}), IsEmpty());
-
-    // Long entries continue on further lines, with the state columns on each.
-    std::vector<Argument> arguments;
-    for (int i = 0; i < 12; ++i) arguments.emplace_back("argument", 1000000 + i);
-    logger.Reset();
-    logger.Append(Call("f", std::move(arguments), 5));
-    const Lines lines = DumpLines(logger, true);
-    ASSERT_EQ(lines.size(), 12u);
-    EXPECT_EQ(lines[8],
-              "|*| | |2| 03-05 14:07:09.123 IModule::f: args(12): [argument: 1000000, argument: "
-              "1000001, argument: 1000002, argument: 1000003, argument: 1000004, ");
-    EXPECT_EQ(lines[9],
-              "|*| | |2|     argument: 1000005, argument: 1000006, argument: 1000007, argument: "
-              "1000008, argument: 1000009, argument: 1000010, argument: 1000011], ret: not set, ");
-    EXPECT_EQ(lines[10], "|*| | |2|     ecode: 0, time: 5 us");
 }
 
 TEST_F(LoggerTest, Dump_PlainLayoutAndReset) {
