@@ -75,8 +75,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         AUTL_FUZZ_CHECK(line.starts_with(head));
         const std::string_view chunk = line.substr(head.size(), line.size() - head.size() - 1);
         AUTL_FUZZ_CHECK(rest.starts_with(chunk));
-        const bool last = k + 1 == lines.size();
-        if (last) {
+        if (k + 1 == lines.size()) {
             AUTL_FUZZ_CHECK(chunk.size() == rest.size());
             AUTL_FUZZ_CHECK(chunk.size() <= limit);
             break;

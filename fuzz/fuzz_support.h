@@ -38,10 +38,9 @@ class ByteReader {
     template <typename T>
     T Read() {
         static_assert(std::is_trivially_copyable_v<T>);
-        uint8_t bytes[sizeof(T)] = {};
-        for (size_t i = 0; i < sizeof(T) && size_ > 0; ++i) bytes[i] = Take();
-        T value;
-        std::memcpy(&value, bytes, sizeof(T));
+        const std::string bytes = Bytes(sizeof(T));
+        T value{};
+        std::memcpy(&value, bytes.data(), bytes.size());
         return value;
     }
 
@@ -51,10 +50,6 @@ class ByteReader {
     std::string Rest() { return Bytes(size_); }
 
   private:
-    uint8_t Take() {
-        --size_;
-        return *data_++;
-    }
     std::string Bytes(size_t n) {
         n = std::min(n, size_);
         std::string bytes(reinterpret_cast<const char*>(data_), n);

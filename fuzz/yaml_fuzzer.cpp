@@ -27,10 +27,10 @@ size_t Newlines(std::string_view text) {
     return static_cast<size_t>(std::count(text.begin(), text.end(), '\n'));
 }
 
-// Lines as a line reader sees them: a trailing '\n' starts no further line.
-size_t LineCount(std::string_view text) {
-    if (text.empty()) return 0;
-    return Newlines(text) + (text.ends_with('\n') ? 0 : 1);
+// The lines a value has after its first, as a line reader counts them: a trailing '\n' starts no
+// further line.
+size_t FurtherLines(std::string_view text) {
+    return text.empty() ? 0 : Newlines(text) - (text.ends_with('\n') ? 1 : 0);
 }
 
 // The mapping and what it should hold: the stored texts, in order.
@@ -38,16 +38,25 @@ struct Mapping {
     YamlMapping node;
     std::vector<std::pair<std::string, std::string>> entries;
 
-    void Put(const std::string& key, std::string value, bool appended) {
-        if (value.ends_with('\n')) value.pop_back();
-        AUTL_FUZZ_CHECK(appended == !value.empty());
-        if (appended) entries.emplace_back(key, std::move(value));
+    template <typename T>
+    void Put(const std::string& key, const T& value, std::string text) {
+        const bool appended = node.Put(key, value);
+        if (text.ends_with('\n')) text.pop_back();
+        AUTL_FUZZ_CHECK(appended == !text.empty());
+        if (appended) entries.emplace_back(key, std::move(text));
     }
 };
 
+// The sequence and the texts of its items.
 struct Sequence {
     YamlSequence node;
     std::vector<std::string> items;
+
+    template <typename T>
+    void Append(const T& item, std::string text) {
+        node.Append(item);
+        items.push_back(std::move(text));
+    }
 };
 
 void CheckMapping(const Mapping& mapping) {
@@ -56,20 +65,15 @@ void CheckMapping(const Mapping& mapping) {
     const bool nested =
             std::any_of(mapping.entries.begin(), mapping.entries.end(),
                         [](const auto& entry) { return entry.second.starts_with('\n'); });
-    if (nested) {
-        AUTL_FUZZ_CHECK(flow == block);
-    } else {
-        AUTL_FUZZ_CHECK(flow.starts_with('{') && flow.ends_with('}'));
-    }
+    AUTL_FUZZ_CHECK(nested ? flow == block : flow.starts_with('{') && flow.ends_with('}'));
     if (mapping.entries.empty()) {
         AUTL_FUZZ_CHECK(block.empty());
         return;
     }
     // Entries are separated by a newline in block style and by ", " in flow style.
     size_t newlines = 0;
-    for (const auto& [key, value] : mapping.entries) {
-        newlines += Newlines(key) + std::max<size_t>(LineCount(value), 1) - 1;
-    }
+    for (const auto& [key, value] : mapping.entries)
+        newlines += Newlines(key) + FurtherLines(value);
     AUTL_FUZZ_CHECK(Newlines(block) == newlines + mapping.entries.size() - 1);
     if (!nested) AUTL_FUZZ_CHECK(Newlines(flow) == newlines);
 }
@@ -81,17 +85,14 @@ void CheckSequence(const Sequence& sequence) {
         AUTL_FUZZ_CHECK(block == "[]" && flow == "[]");
         return;
     }
-    std::string joined = "[";
-    for (size_t i = 0; i < sequence.items.size(); ++i) {
-        if (i > 0) joined += ", ";
-        joined += sequence.items[i];
+    std::string joined;
+    size_t newlines = sequence.items.size() - 1;
+    for (const std::string& item : sequence.items) {
+        joined += (joined.empty() ? "[" : ", ") + item;
+        newlines += FurtherLines(item);
     }
     AUTL_FUZZ_CHECK(flow == joined + "]");
     AUTL_FUZZ_CHECK(block.starts_with("- "));
-    size_t newlines = sequence.items.size() - 1;
-    for (const std::string& item : sequence.items) {
-        newlines += std::max<size_t>(LineCount(item), 1) - 1;
-    }
     AUTL_FUZZ_CHECK(Newlines(block) == newlines);
 }
 
@@ -102,55 +103,45 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     Mapping mapping;
     Sequence sequence;
     for (int operations = 0; input.remaining() > 0 && operations < 64; ++operations) {
-        switch (input.Read<uint8_t>() % 8) {
+        const int operation = input.Read<uint8_t>() % 8;
+        const std::string key = operation <= 3 ? input.Text() : std::string();
+        switch (operation) {
             case 0: {
-                const std::string key = input.Text();
                 const std::string value = input.Text();
-                mapping.Put(key, value, mapping.node.Put(key, value));
+                mapping.Put(key, value, value);
                 break;
             }
             case 1: {
-                const std::string key = input.Text();
                 const int64_t value = input.Read<int64_t>();
-                mapping.Put(key, std::to_string(value), mapping.node.Put(key, value));
+                mapping.Put(key, value, std::to_string(value));
                 break;
             }
-            case 2: {
-                const std::string key = input.Text();
-                const double value = input.Read<double>();
+            case 2:
                 // Only the line structure of a value is checked, and a number is one line.
-                mapping.Put(key, "number", mapping.node.Put(key, value));
+                mapping.Put(key, input.Read<double>(), "number");
                 break;
-            }
-            case 3: {
+            case 3:
                 // The sequence so far nests into the mapping, which it then leaves empty.
                 CheckSequence(sequence);
-                const std::string key = input.Text();
-                mapping.Put(key, "\n" + sequence.node.ToString(true),
-                            mapping.node.Put(key, sequence.node));
+                mapping.Put(key, sequence.node, "\n" + sequence.node.ToString(true));
                 sequence = Sequence();
                 break;
-            }
             case 4: {
                 const std::string item = input.Text();
-                sequence.node.Append(item);
-                sequence.items.push_back(item);
+                sequence.Append(item, item);
                 break;
             }
             case 5: {
                 const bool item = input.Read<uint8_t>() != 0;
-                sequence.node.Append(item);
-                sequence.items.emplace_back(item ? "true" : "false");
+                sequence.Append(item, item ? "true" : "false");
                 break;
             }
-            case 6: {
+            case 6:
                 // The mapping so far becomes an item of the sequence.
                 CheckMapping(mapping);
-                sequence.items.push_back(mapping.node.ToString(true));
-                sequence.node.Append(mapping.node);
+                sequence.Append(mapping.node, mapping.node.ToString(true));
                 mapping = Mapping();
                 break;
-            }
             default:
                 CheckMapping(mapping);
                 CheckSequence(sequence);

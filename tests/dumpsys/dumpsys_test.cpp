@@ -4,7 +4,6 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
-#include <sstream>
 #include <string>
 #include <vector>
 
@@ -12,6 +11,8 @@
 
 namespace vendor::zentro::tevrash::audio::hal::utils::dumpsys {
 namespace {
+
+using Lines = std::vector<std::string>;
 
 // A record whose text lands in memory.
 struct CapturedInfo {
@@ -38,12 +39,12 @@ class WriteCounter {
         close(fds_[1]);
     }
     int fd() const { return fds_[0]; }
-    std::vector<std::string> Messages() {
-        std::vector<std::string> messages;
+    Lines Messages() {
+        Lines messages;
         char buffer[4096];
-        ssize_t n;
-        while ((n = recv(fds_[1], buffer, sizeof(buffer), 0)) >= 0)
+        for (ssize_t n; (n = recv(fds_[1], buffer, sizeof(buffer), 0)) >= 0;) {
             messages.emplace_back(buffer, n);
+        }
         return messages;
     }
 
@@ -61,46 +62,32 @@ TEST(DumpsysTest, Line_OneWritePerLine) {
         line << 'b' << std::hex << 255;
     }
     Dumpsys(info, nullptr);
+    // A newline inside the text is written as it stands.
+    Dumpsys(info, "t") << "a\nb";
     EXPECT_EQ(counter.Messages(),
-              (std::vector<std::string>{"  count: 3, mute: true\n", "  abff\n", "  \n"}));
+              (Lines{"  count: 3, mute: true\n", "  abff\n", "  \n", "  a\nb\n"}));
+
+    // The record's buffer: a single character is one write too; a closed descriptor takes nothing.
+    info.fd_buffer.sputc('z');
+    EXPECT_EQ(counter.Messages(), Lines{"z"});
+    internal::FileDescriptorStreamBuffer closed(-1);
+    EXPECT_EQ(closed.sputn("abc", 3), 0);
+    // Without a stream buffer nothing is written and nothing fails.
+    info.stream_buffer = nullptr;
+    Dumpsys(info, "t") << "dropped" << 1 << true;
+    Dumpsys::SplitInternal(info, std::string(400, 'x'), true, "P: ");
 }
 
-TEST(DumpsysTest, Indentation_CappedAt44) {
-    EXPECT_EQ(44u, std::string_view(Dumpsys::kIndentationString).size());
-    EXPECT_EQ(std::string_view(Dumpsys::kIndentationString).find_first_not_of(' '),
-              std::string_view::npos);
+TEST(DumpsysTest, IndentationAndFilters) {
     for (const auto& [indentation, spaces] :
          std::vector<std::pair<uint32_t, size_t>>{{0, 0}, {3, 3}, {44, 44}, {45, 44}, {1000, 44}}) {
         CapturedInfo captured(indentation);
         Dumpsys(captured.info, "t") << "x";
         EXPECT_EQ(captured.str(), std::string(spaces, ' ') + "x\n") << indentation;
     }
-}
 
-TEST(DumpsysTest, TextWithNewline_WrittenAsItStands) {
-    CapturedInfo captured(2);
-    Dumpsys(captured.info, "t") << "a\nb";
-    EXPECT_EQ(captured.str(), "  a\nb\n");
-}
-
-TEST(DumpsysTest, NullStreamBuffer_NoOutputNoError) {
-    DumpsysInfo info;
-    info.stream_buffer = nullptr;
-    Dumpsys(info, "t") << "dropped" << 1 << true;
-    Dumpsys::SplitInternal(info, std::string(400, 'x'), true, "P: ");
-}
-
-TEST(DumpsysTest, ClosedDescriptor_Silent) {
-    int fds[2];
-    ASSERT_EQ(0, pipe(fds));
-    close(fds[0]);
-    close(fds[1]);
-    DumpsysInfo info(fds[1]);
-    Dumpsys(info, "t") << "lost";
-    Dumpsys(info, "t") << "lost again";
-}
-
-TEST(DumpsysTest, Filters_AdmitByTitlePrefix) {
+    // A line is written when there are no filters, its title is empty or a filter is a prefix of
+    // its title.
     struct Case {
         std::vector<std::string_view> filters;
         const char* title;
@@ -124,118 +111,60 @@ TEST(DumpsysTest, Filters_AdmitByTitlePrefix) {
     }
 }
 
-TEST(DumpsysTest, DumpsysInfo_FromDumpRequest) {
+TEST(DumpsysTest, DumpsysInfo_FromDumpRequestAndCopies) {
     const char* args[] = {"AUtl::Logger", "AUtl::Res"};
-    DumpsysInfo info(7, args, 2);
-    EXPECT_EQ(info.fd_buffer.fd, 7);
-    EXPECT_EQ(info.stream_buffer, &info.fd_buffer);
-    EXPECT_EQ(info.indentation, 0u);
-    EXPECT_EQ(info.filters, (std::vector<std::string_view>{"AUtl::Logger", "AUtl::Res"}));
+    DumpsysInfo request(7, args, 2);
+    EXPECT_EQ(request.filters, (std::vector<std::string_view>{"AUtl::Logger", "AUtl::Res"}));
+    EXPECT_TRUE(DumpsysInfo(7, nullptr, 0).filters.empty());
 
-    DumpsysInfo none(7, nullptr, 0);
-    EXPECT_TRUE(none.filters.empty());
-    DumpsysInfo literal_zero(7, 0, {});
-    EXPECT_TRUE(literal_zero.filters.empty());
-    EXPECT_EQ(literal_zero.stream_buffer, &literal_zero.fd_buffer);
-}
-
-TEST(DumpsysTest, DumpsysInfo_CopyWritesWhereOriginalWrites) {
+    // Copies and assignments write where the original writes: to the same descriptor through
+    // their own buffer, or to the same stream buffer.
     WriteCounter counter;
-    DumpsysInfo info(counter.fd(), 1, {"AUtl::Log"});
-    DumpsysInfo nested(info);
-    nested.indentation += 2;
-    EXPECT_EQ(nested.stream_buffer, &nested.fd_buffer);
-    Dumpsys(nested, "AUtl::Logger") << "nested";
-    Dumpsys(nested, "AUtl::Resources") << "filtered";
-
     CapturedInfo captured;
+    DumpsysInfo info(counter.fd(), 1, {"AUtl::Log"});
+    DumpsysInfo copied(info);
+    DumpsysInfo copied_from_memory(captured.info);
     DumpsysInfo assigned;
-    assigned = captured.info;
-    Dumpsys(assigned, "t") << "to memory";
-    EXPECT_EQ(counter.Messages(), (std::vector<std::string>{"   nested\n"}));
-    EXPECT_EQ(captured.str(), "to memory\n");
+    DumpsysInfo assigned_from_memory;
+    assigned = info;
+    assigned_from_memory = captured.info;
+    info.fd_buffer.fd = -1;
+    copied.indentation += 2;
+    Dumpsys(copied, "AUtl::Logger") << "copied";
+    Dumpsys(copied, "AUtl::Resources") << "filtered";
+    Dumpsys(assigned, "AUtl::Logger") << "assigned";
+    Dumpsys(copied_from_memory, "t") << "a";
+    Dumpsys(assigned_from_memory, "t") << "b";
+    EXPECT_EQ(counter.Messages(), (Lines{"   copied\n", " assigned\n"}));
+    EXPECT_EQ(captured.str(), "a\nb\n");
 }
 
-TEST(DumpsysTest, StreamBuffers_Overflow) {
-    struct Fd : internal::FileDescriptorStreamBuffer {
-        using FileDescriptorStreamBuffer::FileDescriptorStreamBuffer;
-        using FileDescriptorStreamBuffer::overflow;
+// Every case is split with prefix "P: " at indentation 2, which start every line.
+TEST(DumpsysTest, SplitInternal) {
+    auto s = [](size_t n, char c) { return std::string(n, c); };
+    const std::vector<std::pair<std::string, Lines>> cases = {
+            {s(150, 'a'), {s(150, 'a')}},
+            {s(150, 'a') + "b", {s(150, 'a'), "    b"}},
+            // Continuation lines hold at most 146 characters after their four spaces.
+            {s(297, 'c'), {s(150, 'c'), "    " + s(146, 'c'), "    c"}},
+            // ", " at characters 151 and 152: still in range, so the cut falls after the space.
+            {s(150, 'a') + ", z", {s(150, 'a') + ", ", "    z"}},
+            // The comma is the 152nd character but its space the 153rd: a hard cut.
+            {s(151, 'a') + ", z", {s(150, 'a'), "    a, z"}},
+            // The last of several pairs in range wins.
+            {"a, " + s(100, 'b') + ", " + s(60, 'c'),
+             {"a, " + s(100, 'b') + ", ", "    " + s(60, 'c')}},
+            // An empty remainder still gets its own continuation line.
+            {s(150, 'a') + ", ", {s(150, 'a') + ", ", "    "}},
     };
-    struct Null : internal::NullStreamBuffer {
-        using NullStreamBuffer::overflow;
-    };
-    WriteCounter counter;
-    Fd fd_buffer(counter.fd());
-    EXPECT_EQ(fd_buffer.overflow(std::char_traits<char>::eof()), std::char_traits<char>::eof());
-    EXPECT_EQ(fd_buffer.overflow('z'), 'z');
-    EXPECT_EQ(fd_buffer.sputn("abc", 3), 3);
-    Null null_buffer;
-    EXPECT_EQ(null_buffer.overflow(std::char_traits<char>::eof()), std::char_traits<char>::eof());
-    EXPECT_EQ(null_buffer.overflow('q'), 'q');
-    EXPECT_EQ(null_buffer.sputn("abc", 3), 3);
-    EXPECT_EQ(counter.Messages(), (std::vector<std::string>{"z", "abc"}));
-
-    Fd closed(-1);
-    EXPECT_EQ(closed.sputn("abc", 3), 0);
-}
-
-// Splits `text` through SplitInternal at indentation `indentation` and returns the lines.
-std::vector<std::string> Split(std::string_view text, std::string_view prefix = "",
-                               uint32_t indentation = 0) {
-    CapturedInfo captured(indentation);
-    Dumpsys::SplitInternal(captured.info, text, true, prefix);
-    std::vector<std::string> lines;
-    std::istringstream stream(captured.str());
-    for (std::string line; std::getline(stream, line);) lines.push_back(line);
-    return lines;
-}
-
-TEST(DumpsysTest, SplitInternal_AtTheLimit) {
-    const std::string exact(150, 'a');
-    EXPECT_EQ(Split(exact), std::vector<std::string>{exact});
-
-    const std::string over = std::string(150, 'a') + "b";
-    EXPECT_EQ(Split(over), (std::vector<std::string>{std::string(150, 'a'), "    b"}));
-
-    // Continuation lines hold at most 146 characters after their four spaces.
-    const std::string long_text(150 + 146 + 1, 'c');
-    EXPECT_EQ(Split(long_text), (std::vector<std::string>{std::string(150, 'c'),
-                                                          "    " + std::string(146, 'c'), "    c"}));
-}
-
-TEST(DumpsysTest, SplitInternal_CutsAfterLastCommaSpaceInRange) {
-    // ", " at characters 151 and 152 of 153: still in the range, so the cut falls after the space.
-    const std::string at_edge = std::string(150, 'a') + ", z";
-    EXPECT_EQ(Split(at_edge), (std::vector<std::string>{std::string(150, 'a') + ", ", "    z"}));
-
-    // The comma is the 152nd character but its space the 153rd: outside the range, a hard cut.
-    const std::string outside = std::string(151, 'a') + ", z";
-    EXPECT_EQ(Split(outside), (std::vector<std::string>{std::string(150, 'a'), "    a, z"}));
-
-    // The last of several pairs wins; the comma and space end the line.
-    const std::string several =
-            std::string(10, 'a') + ", " + std::string(100, 'b') + ", " + std::string(60, 'c');
-    EXPECT_EQ(Split(several),
-              (std::vector<std::string>{std::string(10, 'a') + ", " + std::string(100, 'b') + ", ",
-                                        "    " + std::string(60, 'c')}));
-
-    // A text that ends in ", " exactly at the range's end leaves an empty remainder, which still
-    // gets its own continuation line.
-    const std::string trailing = std::string(150, 'a') + ", ";
-    EXPECT_EQ(Split(trailing, "P: "), (std::vector<std::string>{"P: " + trailing, "P:     "}));
-}
-
-TEST(DumpsysTest, SplitInternal_PrefixAndIndentationOnEveryLine) {
-    // The last ", " in range ends at character 140 of 160.
-    const std::string text = std::string(138, 'x') + ", " + std::string(20, 'y');
-    EXPECT_EQ(Split(text, "P: ", 2), (std::vector<std::string>{"  P: " + text.substr(0, 140),
-                                                               "  P:     " + text.substr(140)}));
-}
-
-TEST(DumpsysTest, SplitInternal_NeverFilteredByTitle) {
-    CapturedInfo captured(0, {"AUtl::Res"});
-    Dumpsys::SplitInternal(captured.info, "short", true, "| ");
-    EXPECT_EQ(captured.str(), "| short\n");
+    for (const auto& [text, expected] : cases) {
+        // Split lines carry no title, so filters never hold them back.
+        CapturedInfo captured(2, {"AUtl::Res"});
+        Dumpsys::SplitInternal(captured.info, text, true, "P: ");
+        std::string lines;
+        for (const std::string& line : expected) lines += "  P: " + line + "\n";
+        EXPECT_EQ(captured.str(), lines);
+    }
 }
 
 }  // namespace

@@ -6,7 +6,7 @@
 #include <interactionlogger/logger.h>
 
 #include <atomic>
-#include <chrono>
+#include <functional>
 #include <latch>
 #include <sstream>
 #include <thread>
@@ -18,227 +18,129 @@ namespace {
 
 using aidl::android::hardware::audio::core::StreamDescriptor;
 
-// One module call of a few kinds, so that some runs fold and others do not.
+// One module call of a few kinds, so that some runs fold and others do not; every third call is
+// logged with Append, Logger::SetReturn and a PendingEntry made afterwards, the others with Begin.
 void LogModuleCall(Logger& logger, int thread, int i) {
     std::vector<Argument> arguments;
     arguments.emplace_back("mute", i % 4 == 0);
     if (i % 3 == 0) arguments.emplace_back("name", thread % 2 == 0 ? "speaker" : "earpiece");
-    PendingEntry call = logger.Begin(
-            LogEntry("IModule", i % 5 == 0 ? "setMode" : "setMasterMute", std::move(arguments)));
+    LogEntry entry("IModule", i % 5 == 0 ? "setMode" : "setMasterMute", std::move(arguments));
+    if (i % 3 == 1) {
+        LogEntry* appended = logger.Append(std::move(entry));
+        logger.SetReturn(appended, Argument("ret", i % 7 != 0));
+        PendingEntry call(logger, appended);
+        return;
+    }
+    PendingEntry call = logger.Begin(std::move(entry));
     call.SetReturn(Argument("ret", i % 7 != 0));
     if (i % 11 == 0) call.SetErrorCode(-22);
 }
 
-// A stream command and its reply, logged as the stream worker's own calls.
-void LogStreamCall(Logger& logger, int i) {
-    std::vector<Argument> arguments;
-    arguments.push_back(Argument::FromParcelable(
-            "command",
-            StreamDescriptor::Command::make<StreamDescriptor::Command::burst>(i % 10 == 0 ? 960
-                                                                                          : 1920),
-            ArgumentType::kStreamDescriptorCommand));
-    PendingEntry call = logger.Begin(LogEntry("StreamDescriptor", "Command", std::move(arguments)));
+// A stream's commands and replies, as its worker logs them: runs of 50 equal commands, and
+// internal errors if `errors`.
+void LogStreamCall(StreamLogger& stream, int i, bool errors) {
+    stream.LogCommand(StreamDescriptor::Command::make<StreamDescriptor::Command::burst>(
+            i % 100 < 50 ? 960 : 1920));
+    if (errors && i % 13 == 0) stream.LogInternalError(StreamLogger::Error::kTransferFailed);
     StreamDescriptor::Reply reply;
     reply.observable.frames = i;
-    call.SetReturn(Argument::FromParcelable("ret", reply, ArgumentType::kStreamDescriptorReply));
+    stream.LogReply(reply);
 }
 
-// What `dump` writes into a DumpsysInfo that collects text in memory.
-template <typename Dump>
-std::string DumpText(Dump dump) {
+// Starts every task on its own thread at the same time and waits for all of them.
+void RunTogether(const std::vector<std::function<void()>>& tasks) {
+    std::latch start(static_cast<ptrdiff_t>(tasks.size()));
+    std::vector<std::thread> threads;
+    for (const auto& task : tasks) {
+        threads.emplace_back([&] {
+            start.arrive_and_wait();
+            task();
+        });
+    }
+    for (std::thread& thread : threads) thread.join();
+}
+
+// Dumps the stream in both ways and the logger, if any, in both layouts.
+bool Dumps(Logger* logger, StreamLogger& stream) {
     std::stringbuf text;
     dumpsys::DumpsysInfo info;
     info.stream_buffer = &text;
-    dump(info);
-    return text.str();
-}
-
-uint64_t ChargedBytes(const Logger& logger) {
-    uint64_t bytes = 0;
-    logger.ForEachEntry([&](const LogEntry& e) { bytes += Logger::kEntrySize + e.arguments_size; });
-    return bytes;
-}
-
-TEST(LoggerStressTest, ProducersDumpsAndResets_StayConsistent) {
-    constexpr int kProducers = 4;
-    constexpr int kCalls = 1500;
-    Logger logger(4 * 1024);
-    std::latch start(kProducers + 3);
-    std::atomic<int> running = kProducers + 1;
-    std::vector<std::thread> threads;
-    for (int t = 0; t < kProducers; ++t) {
-        threads.emplace_back([&, t] {
-            start.arrive_and_wait();
-            for (int i = 0; i < kCalls; ++i) LogModuleCall(logger, t, i);
-            --running;
-        });
+    if (logger != nullptr) {
+        logger->Dump(info);
+        logger->DumpDetails(info, false);
     }
-    threads.emplace_back([&] {
-        start.arrive_and_wait();
-        for (int i = 0; i < kCalls; ++i) LogStreamCall(logger, i);
-        --running;
-    });
-    threads.emplace_back([&] {
-        start.arrive_and_wait();
-        while (running > 0) {
-            EXPECT_TRUE(DumpText([&](const dumpsys::DumpsysInfo& info) {
-                            logger.Dump(info);
-                            logger.DumpDetails(info, false);
-                        }).starts_with("Interaction logger("));
-        }
-    });
-    threads.emplace_back([&] {
-        start.arrive_and_wait();
-        for (int i = 0; running > 0; ++i) {
-            if (i % 64 == 0) logger.Reset();
-            logger.SetAudioMode(i % 3);
-            logger.SetScoEnabled(i % 2 == 0);
-            std::this_thread::yield();
-        }
-    });
-    for (std::thread& thread : threads) thread.join();
+    stream.Dump(info);
+    return text.str().starts_with("Interaction logger(") &&
+           stream.ToString().starts_with("Interaction logger(");
+}
 
-    EXPECT_EQ(logger.GetBytes(), ChargedBytes(logger));
-    EXPECT_LE(logger.GetBytes(), 4u * 1024u);
-    logger.ForEachEntry([](const LogEntry& e) {
-        EXPECT_GE(e.execution_time, 0);
+// Checks that the charge is the sum of the entries' charges; returns the calls they hold.
+int64_t CheckedCalls(const Logger& logger) {
+    uint64_t bytes = 0;
+    int64_t calls = 0;
+    logger.ForEachEntry([&](const LogEntry& e) {
+        bytes += Logger::kEntrySize + e.arguments_size;
+        calls += e.count;
         EXPECT_GE(e.count, 1);
     });
+    EXPECT_EQ(logger.GetBytes(), bytes);
+    return calls;
 }
 
-TEST(LoggerStressTest, ProducersWithoutEviction_CountEveryCall) {
-    constexpr int kProducers = 4;
-    constexpr int kCalls = 2000;
-    Logger logger(64 * 1024 * 1024);
-    std::latch start(kProducers);
-    std::vector<std::thread> threads;
-    for (int t = 0; t < kProducers; ++t) {
-        threads.emplace_back([&, t] {
-            start.arrive_and_wait();
-            for (int i = 0; i < kCalls; ++i) LogModuleCall(logger, t, i);
-        });
-    }
-    for (std::thread& thread : threads) thread.join();
-
-    int64_t calls = 0;
-    logger.ForEachEntry([&](const LogEntry& e) { calls += e.count; });
-    EXPECT_EQ(calls, kProducers * kCalls);
-    EXPECT_EQ(logger.GetBytes(), ChargedBytes(logger));
-}
-
-// Runs until the deadline has passed and at least `minimum` rounds were done, so that a slow
-// (sanitized) build still does real work and a fast one stops in bounded time.
-template <typename Round>
-void RunFor(std::chrono::steady_clock::time_point deadline, int minimum, Round round) {
-    for (int i = 0; i < minimum || std::chrono::steady_clock::now() < deadline; ++i) round(i);
-}
-
-// Module calls logged in both ways (Begin, and Append with Logger::SetReturn and a PendingEntry
-// made afterwards), a real StreamLogger whose worker logs commands, errors and replies, dumps of
-// both, and resets and state changes of both, all at once for a bounded time.
-TEST(LoggerStressTest, ModuleAndStreamLoggingForABoundedTime_StayConsistent) {
-    constexpr int kProducers = 3;
-    constexpr int kMinimumRounds = 300;
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(1);
-    Logger logger(4 * 1024);
-    StreamLogger stream(2 * 1024);
-    std::latch start(kProducers + 4);
-    std::atomic<int> running = kProducers + 2;
-    std::vector<std::thread> threads;
-    for (int t = 0; t < kProducers; ++t) {
-        threads.emplace_back([&, t] {
-            start.arrive_and_wait();
-            RunFor(deadline, kMinimumRounds, [&](int i) { LogModuleCall(logger, t, i); });
+// Four producers and a stream worker log while one thread dumps and another resets and changes
+// the audio state, with budgets that push entries out all the time. Then again with budgets that
+// push nothing out and two threads dumping the stream: every call is counted once, equal pairs
+// fold.
+TEST(LoggerStressTest, ProducersDumpsAndResets_StayConsistent) {
+    for (const bool evicting : {true, false}) {
+        SCOPED_TRACE(evicting ? "evicting" : "not evicting");
+        const uint64_t budget = evicting ? 4 * 1024 : 64 * 1024 * 1024;
+        Logger logger(budget);
+        StreamLogger stream(budget / 2);
+        // Dumps of a history that grows without bound would make the run quadratic.
+        Logger* dumped = evicting ? &logger : nullptr;
+        std::atomic<int> running = 5;
+        std::vector<std::function<void()>> tasks;
+        for (int t = 0; t < 4; ++t) {
+            tasks.push_back([&, t] {
+                for (int i = 0; i < 2000; ++i) LogModuleCall(logger, t, i);
+                --running;
+            });
+        }
+        tasks.push_back([&] {
+            for (int i = 0; i < 3000; ++i) LogStreamCall(stream, i, evicting);
             --running;
         });
-    }
-    threads.emplace_back([&] {
-        start.arrive_and_wait();
-        RunFor(deadline, kMinimumRounds, [&](int i) {
-            std::vector<Argument> arguments;
-            arguments.emplace_back("volume", i % 3);
-            LogEntry* entry = logger.Append(LogEntry("IModule", "setVolume", std::move(arguments)));
-            logger.SetReturn(entry, Argument("ret", i % 2 == 0));
-            PendingEntry call(logger, entry);
+        tasks.push_back([&] {
+            while (running > 0) EXPECT_TRUE(Dumps(dumped, stream));
         });
-        --running;
-    });
-    threads.emplace_back([&] {
-        start.arrive_and_wait();
-        RunFor(deadline, kMinimumRounds, [&](int i) {
-            stream.LogCommand(StreamDescriptor::Command::make<StreamDescriptor::Command::burst>(
-                    i % 8 == 0 ? 960 : 1920));
-            if (i % 13 == 0) stream.LogInternalError(StreamLogger::Error::kTransferFailed);
-            StreamDescriptor::Reply reply;
-            reply.observable.frames = i;
-            reply.state = StreamDescriptor::State::ACTIVE;
-            if (i % 5 != 0) stream.LogReply(reply);
+        tasks.push_back([&] {
+            for (int i = 0; running > 0; ++i) {
+                if (!evicting) {
+                    EXPECT_TRUE(Dumps(dumped, stream));
+                    continue;
+                }
+                if (i % 64 == 0) logger.Reset();
+                if (i % 96 == 0) stream.GetLogger().Reset();
+                logger.SetAudioMode(i % 3);
+                logger.SetScoEnabled(i % 2 == 0);
+                stream.GetLogger().SetLeSuspended(i % 2 == 0);
+                std::this_thread::yield();
+            }
         });
-        --running;
-    });
-    threads.emplace_back([&] {
-        start.arrive_and_wait();
-        while (running > 0) {
-            EXPECT_TRUE(DumpText([&](const dumpsys::DumpsysInfo& info) {
-                            logger.Dump(info);
-                            stream.Dump(info);
-                        }).starts_with("Interaction logger("));
-            EXPECT_TRUE(stream.ToString().starts_with("Interaction logger("));
-        }
-    });
-    threads.emplace_back([&] {
-        start.arrive_and_wait();
-        for (int i = 0; running > 0; ++i) {
-            if (i % 64 == 0) logger.Reset();
-            if (i % 96 == 0) stream.GetLogger().Reset();
-            logger.SetLeSuspended(i % 2 == 0);
-            stream.GetLogger().SetAudioMode(i % 4);
-            std::this_thread::yield();
-        }
-    });
-    for (std::thread& thread : threads) thread.join();
+        RunTogether(tasks);
 
-    for (const Logger* history : {&logger, &stream.GetLogger()}) {
-        EXPECT_EQ(history->GetBytes(), ChargedBytes(*history));
-        history->ForEachEntry([](const LogEntry& e) { EXPECT_GE(e.count, 1); });
+        const int64_t module_calls = CheckedCalls(logger);
+        const int64_t stream_calls = CheckedCalls(stream.GetLogger());
+        EXPECT_LE(logger.GetBytes(), budget);
+        EXPECT_LE(stream.GetLogger().GetBytes(), budget / 2);
+        logger.ForEachEntry([](const LogEntry& e) { EXPECT_GE(e.execution_time, 0); });
+        if (!evicting) {
+            EXPECT_EQ(module_calls, 4 * 2000);
+            EXPECT_EQ(stream_calls, 3000);
+            EXPECT_EQ(stream.GetLogger().GetEntryCount(), 3000u / 50);
+        }
     }
-    EXPECT_LE(logger.GetBytes(), 4u * 1024u);
-    EXPECT_LE(stream.GetLogger().GetBytes(), 2u * 1024u);
-}
-
-// With a budget that evicts nothing, every command of a stream is counted once, however often
-// other threads dump it meanwhile.
-TEST(LoggerStressTest, StreamCommandsWhileDumping_CountEveryCommand) {
-    constexpr int kCommands = 3000;
-    StreamLogger stream(64 * 1024 * 1024);
-    std::latch start(3);
-    std::atomic<bool> logging = true;
-    std::vector<std::thread> threads;
-    threads.emplace_back([&] {
-        start.arrive_and_wait();
-        for (int i = 0; i < kCommands; ++i) {
-            stream.LogCommand(StreamDescriptor::Command::make<StreamDescriptor::Command::burst>(
-                    i % 100 < 50 ? 960 : 1920));
-            StreamDescriptor::Reply reply;
-            reply.observable.frames = i;
-            stream.LogReply(reply);
-        }
-        logging = false;
-    });
-    for (int t = 0; t < 2; ++t) {
-        threads.emplace_back([&] {
-            start.arrive_and_wait();
-            while (logging) EXPECT_FALSE(stream.ToString().empty());
-        });
-    }
-    for (std::thread& thread : threads) thread.join();
-
-    int64_t commands = 0;
-    stream.GetLogger().ForEachEntry([&](const LogEntry& e) { commands += e.count; });
-    EXPECT_EQ(commands, kCommands);
-    // Runs of 50 equal commands fold into one entry each.
-    EXPECT_EQ(stream.GetLogger().GetEntryCount(), static_cast<size_t>(kCommands / 50));
-    EXPECT_EQ(stream.GetLogger().GetBytes(), ChargedBytes(stream.GetLogger()));
 }
 
 }  // namespace

@@ -13,43 +13,46 @@
 namespace vendor::zentro::tevrash::audio::hal::utils::interactionlogger {
 namespace {
 
-using autl::test::LogCapture;
-using autl::test::LogLine;
-using dumpsys::DumpsysInfo;
-using ::testing::ElementsAre;
+using ::testing::HasSubstr;
 using ::testing::IsEmpty;
+using Lines = std::vector<std::string>;
 
-constexpr int64_t kStartMicros = 1772719629LL * 1000000 + 123000;  // 2026-03-05 14:07:09.123 UTC
+const std::string kRule(142, '=');
 
-std::vector<Argument> Args(int32_t value) {
+std::vector<Argument> Value(int32_t value) {
     std::vector<Argument> arguments;
     arguments.emplace_back("value", value);
     return arguments;
 }
 
-// A call as its producer would have made and closed it, with a fixed start and execution time.
-LogEntry Call(std::string_view function, std::vector<Argument> arguments = Args(1),
+// A call as its producer would have made and closed it, started 2026-03-05 14:07:09.123 UTC;
+// still executing if `micros` is -1.
+LogEntry Call(std::string_view function, std::vector<Argument> arguments = Value(1),
               int32_t micros = 100) {
     LogEntry entry("android.hardware.audio.core.IModule", function, std::move(arguments));
-    entry.start_time = LogEntry::WallTime(std::chrono::microseconds(kStartMicros));
+    entry.start_time = LogEntry::WallTime(std::chrono::microseconds(1772719629123000));
     entry.execution_time = entry.max_time = entry.min_time = entry.total_time = micros;
     return entry;
 }
 
-std::vector<std::string> Lines(const std::string& text) {
-    std::vector<std::string> lines;
-    std::istringstream stream(text);
-    for (std::string line; std::getline(stream, line);) lines.push_back(line);
-    return lines;
+// The line of such a call with one argument.
+std::string Line(const char* function, const char* time = "100 us", int value = 1) {
+    return std::string("03-05 14:07:09.123 IModule::") + function +
+           ": args(1): [value: " + std::to_string(value) +
+           "], ret: not set, ecode: 0, time: " + time;
 }
 
-std::vector<std::string> DumpLines(const Logger& logger, bool with_state, uint32_t indentation = 0,
-                                   std::vector<std::string_view> filters = {}) {
+// The detailed layout through Dump, the plain one through DumpDetails.
+Lines DumpLines(Logger& logger, bool with_state, uint32_t indentation = 0,
+                std::vector<std::string_view> filters = {}) {
     std::stringbuf text;
-    DumpsysInfo info(-1, indentation, std::move(filters));
+    dumpsys::DumpsysInfo info(-1, indentation, std::move(filters));
     info.stream_buffer = &text;
-    logger.DumpDetails(info, with_state);
-    return Lines(text.str());
+    with_state ? logger.Dump(info) : logger.DumpDetails(info, false);
+    Lines lines;
+    std::istringstream stream(text.str());
+    for (std::string line; std::getline(stream, line);) lines.push_back(line);
+    return lines;
 }
 
 class LoggerTest : public ::testing::Test {
@@ -62,76 +65,60 @@ class LoggerTest : public ::testing::Test {
 
 TEST_F(LoggerTest, Fold_IdenticalCallsAccumulateInTheFirst) {
     Logger logger(1 << 20);
-    logger.FoldContiguousDuplicatedEntry();
-    logger.Append(Call("setMasterMute", Args(1), 100));
-    logger.FoldContiguousDuplicatedEntry();
-    EXPECT_EQ(logger.GetEntryCount(), 1u);
-
-    logger.Append(Call("setMasterMute", Args(1), 300));
-    EXPECT_EQ(logger.GetBytes(), 2 * (192u + 64u));
-    logger.FoldContiguousDuplicatedEntry();
-    logger.Append(Call("setMasterMute", Args(1), 20));
-    logger.FoldContiguousDuplicatedEntry();
-
-    EXPECT_EQ(logger.GetEntryCount(), 1u);
-    EXPECT_EQ(logger.GetBytes(), 192u + 64u);
-    logger.ForEachEntry([](const LogEntry& entry) {
-        EXPECT_EQ(entry.count, 3);
-        EXPECT_EQ(entry.max_time, 300);
-        EXPECT_EQ(entry.min_time, 20);
-        EXPECT_EQ(entry.total_time, 420);
-        EXPECT_EQ(entry.execution_time, 100);
-        EXPECT_EQ(entry.ToString(),
-                  "03-05 14:07:09.123 IModule::setMasterMute: args(1): [value: 1], ret: not set, "
-                  "ecode: 0, contiguous calls: [count: 3, max: 300 us, min: 20 us, avg: 140 us]");
-    });
+    for (int32_t micros : {100, 300, 20}) {
+        logger.Append(Call("setMasterMute", Value(1), micros));
+        EXPECT_EQ(logger.GetBytes(), logger.GetEntryCount() * (192u + 64u));
+        logger.FoldContiguousDuplicatedEntry();
+    }
+    EXPECT_EQ(
+            DumpLines(logger, false),
+            (Lines{"Interaction logger(1, 256):", kRule,
+                   "03-05 14:07:09.123 IModule::setMasterMute: args(1): [value: 1], ret: not set, "
+                   "ecode: 0, contiguous calls: [count: 3, max: 300 us, min: 20 us, avg: 140 us]",
+                   kRule}));
+    logger.ForEachEntry([](const LogEntry& entry) { EXPECT_EQ(entry.execution_time, 100); });
 }
 
-TEST_F(LoggerTest, Fold_OnlyTheSameCall) {
-    struct Case {
-        const char* what;
-        std::function<void(Logger&, LogEntry&)> change;
+TEST_F(LoggerTest, Fold_OnlyTheSameClosedCall) {
+    struct Pair {
+        Logger& logger;
+        LogEntry& older;
+        LogEntry& newer;
     };
-    const std::vector<Case> cases = {
-            {"function", [](Logger&, LogEntry& e) { e.function_name = "getMasterMute"; }},
-            {"class", [](Logger&, LogEntry& e) { e.class_name = "IStreamOut"; }},
-            {"argument", [](Logger&, LogEntry& e) { e.arguments = Args(2); }},
-            {"argument type",
-             [](Logger&, LogEntry& e) { e.arguments[0].type = ArgumentType::kBool; }},
-            {"argument count",
-             [](Logger&, LogEntry& e) {
-                 e.arguments.emplace_back("more", 1);
-                 e.arguments_size += 64;
-             }},
-            {"ecode", [](Logger&, LogEntry& e) { e.ecode = -22; }},
-            {"return value set", [](Logger&, LogEntry& e) { e.ret.emplace("ret", true); }},
-            {"audio mode", [](Logger& l, LogEntry&) { l.SetAudioMode(2); }},
-            {"sco", [](Logger& l, LogEntry&) { l.SetScoEnabled(true); }},
-            {"a2dp", [](Logger& l, LogEntry&) { l.SetA2dpSuspended(true); }},
-            {"le", [](Logger& l, LogEntry&) { l.SetLeSuspended(true); }},
+    using Change = void (*)(Pair);
+    const std::vector<std::pair<const char*, Change>> differences = {
+            {"function", [](Pair p) { p.newer.function_name = "getMasterMute"; }},
+            {"class", [](Pair p) { p.newer.class_name = "IStreamOut"; }},
+            {"argument", [](Pair p) { p.newer.arguments = Value(2); }},
+            {"argument type", [](Pair p) { p.newer.arguments[0].type = ArgumentType::kBool; }},
+            // The older has one more argument for the same charge.
+            {"argument count", [](Pair p) { p.older.arguments.emplace_back("more", 1); }},
+            {"ecode", [](Pair p) { p.newer.ecode = -22; }},
+            {"return value", [](Pair p) { p.newer.ret.emplace("ret", false); }},
+            {"no return value", [](Pair p) { p.newer.ret.reset(); }},
+            {"audio mode", [](Pair p) { p.logger.SetAudioMode(2); }},
+            {"sco", [](Pair p) { p.logger.SetScoEnabled(true); }},
+            {"a2dp", [](Pair p) { p.logger.SetA2dpSuspended(true); }},
+            {"le", [](Pair p) { p.logger.SetLeSuspended(true); }},
+            {"older executing", [](Pair p) { p.older.execution_time = -1; }},
+            {"newer executing", [](Pair p) { p.newer.execution_time = -1; }},
+            // The last case changes nothing, and the pair folds.
+            {"none", [](Pair) {}},
     };
-    for (const Case& c : cases) {
+    for (const auto& [what, change] : differences) {
+        SCOPED_TRACE(what);
         Logger logger(1 << 20);
-        logger.Append(Call("setMasterMute"));
-        LogEntry second = Call("setMasterMute");
-        c.change(logger, second);
-        logger.Append(std::move(second));
+        LogEntry* older = logger.Append(Call("setMasterMute"));
+        older->ret.emplace("ret", true);
+        LogEntry newer = Call("setMasterMute");
+        newer.ret.emplace("ret", true);
+        change({logger, *older, newer});
+        logger.Append(std::move(newer));
         logger.FoldContiguousDuplicatedEntry();
-        EXPECT_EQ(logger.GetEntryCount(), 2u) << c.what;
+        EXPECT_EQ(logger.GetEntryCount(), what == differences.back().first ? 1u : 2u);
     }
 
-    // Equal return values fold; different ones do not.
-    Logger logger(1 << 20);
-    for (bool value : {true, true, false}) {
-        LogEntry entry = Call("getMasterMute");
-        entry.ret.emplace("ret", value);
-        logger.Append(std::move(entry));
-        logger.FoldContiguousDuplicatedEntry();
-    }
-    EXPECT_EQ(logger.GetEntryCount(), 2u);
-}
-
-TEST_F(LoggerTest, Fold_OnlyContiguousCalls) {
+    // Only the newest two are compared.
     Logger logger(1 << 20);
     for (const char* function : {"a", "b", "a"}) {
         logger.Append(Call(function));
@@ -140,60 +127,21 @@ TEST_F(LoggerTest, Fold_OnlyContiguousCalls) {
     EXPECT_EQ(logger.GetEntryCount(), 3u);
 }
 
-TEST_F(LoggerTest, Fold_NeverMergesAnExecutingEntry) {
-    Logger logger(1 << 20);
-    LogEntry open = Call("f");
-    open.execution_time = -1;
-    logger.Append(std::move(open));
-    logger.Append(Call("f"));
-    logger.FoldContiguousDuplicatedEntry();
-    EXPECT_EQ(logger.GetEntryCount(), 2u);
-
-    LogEntry newest_open = Call("f");
-    newest_open.execution_time = -1;
-    logger.Append(std::move(newest_open));
-    logger.FoldContiguousDuplicatedEntry();
-    EXPECT_EQ(logger.GetEntryCount(), 3u);
-}
-
 TEST_F(LoggerTest, Balance_OldestLeaveForTheNewest) {
-    // Every entry costs 192 + 64 = 256 bytes.
-    Logger logger(1000);
-    for (int i = 0; i < 3; ++i) logger.Append(Call("f", Args(i)));
-    EXPECT_EQ(logger.GetEntryCount(), 3u);
-    EXPECT_EQ(logger.GetBytes(), 768u);
-    logger.Append(Call("f", Args(3)));
-    EXPECT_EQ(logger.GetEntryCount(), 3u);
-    EXPECT_EQ(logger.GetBytes(), 768u);
-    std::vector<int32_t> values;
-    logger.ForEachEntry(
-            [&](const LogEntry& e) { values.push_back(std::get<int32_t>(e.arguments[0].value)); });
-    EXPECT_EQ(values, (std::vector<int32_t>{1, 2, 3}));
-
+    // Every entry costs 192 + 64 = 256 bytes; three fit exactly.
+    Logger logger(768);
+    for (int i = 0; i < 4; ++i) logger.Append(Call("f", Value(i)));
+    EXPECT_EQ(DumpLines(logger, false),
+              (Lines{"Interaction logger(3, 768):", kRule, Line("f", "100 us", 1),
+                     Line("f", "100 us", 2), Line("f", "100 us", 3), kRule}));
     // An entry larger than the whole budget empties the history and stays alone until the next
     // append pushes it out.
     std::vector<Argument> big;
     big.emplace_back("blob", std::string(2000, 'x'));
     logger.Append(Call("big", std::move(big)));
-    EXPECT_EQ(logger.GetEntryCount(), 1u);
-    EXPECT_EQ(logger.GetBytes(), 192u + 64u + 2000u);
+    EXPECT_EQ(DumpLines(logger, false)[0], "Interaction logger(1, 2256):");
     logger.Append(Call("f"));
-    EXPECT_EQ(logger.GetEntryCount(), 1u);
-    EXPECT_EQ(logger.GetBytes(), 256u);
-}
-
-TEST_F(LoggerTest, Reset_EmptiesHistoryKeepsState) {
-    Logger logger(1 << 20);
-    logger.SetAudioMode(3);
-    logger.Append(Call("f"));
-    logger.Reset();
-    EXPECT_EQ(logger.GetEntryCount(), 0u);
-    EXPECT_EQ(logger.GetBytes(), 0u);
-    EXPECT_THAT(
-            DumpLines(logger, false),
-            ElementsAre("Interaction logger(0, 0):", std::string(142, '='), std::string(142, '=')));
-    logger.Append(Call("f"));
-    logger.ForEachEntry([](const LogEntry& e) { EXPECT_EQ(e.audio_mode, 3); });
+    EXPECT_EQ(DumpLines(logger, false)[0], "Interaction logger(1, 256):");
 }
 
 TEST_F(LoggerTest, Dump_DetailedLayout) {
@@ -204,187 +152,129 @@ TEST_F(LoggerTest, Dump_DetailedLayout) {
     logger.Append(Call("setMasterMute", std::move(two), 250));
     logger.SetAudioMode(2);
     logger.SetScoEnabled(true);
-    std::vector<Argument> also_two;
-    also_two.emplace_back("mode", 2, ArgumentType::kAudioMode);
-    also_two.emplace_back("id", 7);
-    logger.Append(Call("setAudioMode", std::move(also_two), 40));
-
-    const std::vector<std::string> expected = {
-            "Interaction logger(2, 640):",
-            "   -- SCO Enabled",
-            "  /  -- A2DP Suspended",
-            " |  /  -- LE Suspended",
-            " | |  /  -- Audio Mode",
-            " | | |  /",
-            " | | | |",
-            "| | | | | " + std::string(142, '='),
-            "| | | | | 03-05 14:07:09.123 IModule::setMasterMute: args(2): [mute: true, id: 7], "
-            "ret: not set, ecode: 0, time: 250 us",
-            "|*| | |2| 03-05 14:07:09.123 IModule::setAudioMode: args(2): [mode: IN_CALL, id: 7], "
-            "ret: not set, ecode: 0, time: 40 us",
-            std::string(152, '='),
-    };
-    EXPECT_EQ(DumpLines(logger, true), expected);
-    EXPECT_EQ(DumpLines(logger, true, 0, {"AUtl::"}), expected);
+    std::vector<Argument> mode;
+    mode.emplace_back("mode", 2, ArgumentType::kAudioMode);
+    logger.Append(Call("setAudioMode", std::move(mode), 40));
+    std::vector<Argument> many;
+    for (int i = 0; i < 12; ++i) many.emplace_back("argument", 1000000 + i);
+    logger.Append(Call("f", std::move(many), 5));
+    // Indentation and state columns start every line; long entries continue on further lines.
+    EXPECT_EQ(
+            DumpLines(logger, true, 2, {"AUtl::"}),
+            (Lines{
+                    "  Interaction logger(3, 1536):",
+                    "     -- SCO Enabled",
+                    "    /  -- A2DP Suspended",
+                    "   |  /  -- LE Suspended",
+                    "   | |  /  -- Audio Mode",
+                    "   | | |  /",
+                    "   | | | |",
+                    "  | | | | | " + kRule,
+                    "  | | | | | 03-05 14:07:09.123 IModule::setMasterMute: args(2): [mute: true, "
+                    "id: 7], ret: not set, ecode: 0, time: 250 us",
+                    "  |*| | |2| 03-05 14:07:09.123 IModule::setAudioMode: args(1): [mode: "
+                    "IN_CALL], ret: not set, ecode: 0, time: 40 us",
+                    "  |*| | |2| 03-05 14:07:09.123 IModule::f: args(12): [argument: 1000000, "
+                    "argument: 1000001, argument: 1000002, argument: 1000003, argument: 1000004, ",
+                    "  |*| | |2|     argument: 1000005, argument: 1000006, argument: 1000007, "
+                    "argument: 1000008, argument: 1000009, argument: 1000010, argument: 1000011], "
+                    "ret: not set, ",
+                    "  |*| | |2|     ecode: 0, time: 5 us",
+                    "  " + std::string(152, '='),
+            }));
     EXPECT_THAT(DumpLines(logger, true, 0, {"AUtl::Res"}), IsEmpty());
-
-    // Indentation applies to every line, the entries' lines included.
-    const std::vector<std::string> indented = DumpLines(logger, true, 3);
-    ASSERT_EQ(indented.size(), expected.size());
-    for (size_t i = 0; i < expected.size(); ++i) EXPECT_EQ(indented[i], "   " + expected[i]);
-
-    std::stringbuf text;
-    DumpsysInfo info;
-    info.stream_buffer = &text;
-    logger.Dump(info);
-    EXPECT_EQ(Lines(text.str()), expected);
 }
 
-TEST_F(LoggerTest, Dump_DetailedLayoutSplitsLongEntries) {
-    Logger logger(1 << 20);
-    std::vector<Argument> arguments;
-    for (int i = 0; i < 12; ++i) arguments.emplace_back("argument", 1000000 + i);
-    logger.Append(Call("f", std::move(arguments), 5));
-    const std::vector<std::string> lines = DumpLines(logger, true);
-    ASSERT_EQ(lines.size(), 12u);
-    EXPECT_EQ(lines[8],
-              "| | | | | 03-05 14:07:09.123 IModule::f: args(12): [argument: 1000000, argument: "
-              "1000001, argument: 1000002, argument: 1000003, argument: 1000004, ");
-    EXPECT_EQ(lines[9],
-              "| | | | |     argument: 1000005, argument: 1000006, argument: 1000007, argument: "
-              "1000008, argument: 1000009, argument: 1000010, argument: 1000011], ret: not set, ");
-    EXPECT_EQ(lines[10], "| | | | |     ecode: 0, time: 5 us");
-    EXPECT_EQ(lines[11], std::string(152, '='));
-}
-
-TEST_F(LoggerTest, Dump_PlainLayout) {
+TEST_F(LoggerTest, Dump_PlainLayoutAndReset) {
     Logger logger(1 << 20);
     logger.SetLeSuspended(true);
-    logger.Append(Call("f", Args(1), 7));
-    logger.Append(Call("g", Args(2), 8));
-    const std::vector<std::string> expected = {
-            "Interaction logger(2, 512):",
-            std::string(142, '='),
-            "03-05 14:07:09.123 IModule::f: args(1): [value: 1], ret: not set, ecode: 0, time: 7 "
-            "us",
-            "03-05 14:07:09.123 IModule::g: args(1): [value: 2], ret: not set, ecode: 0, time: 8 "
-            "us",
-            std::string(142, '='),
-    };
-    EXPECT_EQ(DumpLines(logger, false), expected);
+    logger.Append(Call("f", Value(1), 7));
+    logger.Append(Call("g", Value(2), 8));
+    EXPECT_EQ(DumpLines(logger, false, 0, {"AUtl::Log"}),
+              (Lines{"Interaction logger(2, 512):", kRule, Line("f", "7 us"), Line("g", "8 us", 2),
+                     kRule}));
     EXPECT_THAT(DumpLines(logger, false, 0, {"AUtl::Res"}), IsEmpty());
+    // Reset empties the history but keeps the state.
+    logger.Reset();
+    EXPECT_EQ(DumpLines(logger, false), (Lines{"Interaction logger(0, 0):", kRule, kRule}));
+    logger.Append(Call("f"));
+    logger.ForEachEntry([](const LogEntry& e) { EXPECT_TRUE(e.le_suspended); });
 }
 
 TEST_F(LoggerTest, DumpToLogcat_NewestFirst) {
     Logger logger(1 << 20);
     for (const char* function : {"a", "b", "c"}) logger.Append(Call(function));
-    const std::string first = "=============== Last 10 calls ================";
-    const std::string last(46, '=');
-    auto line = [](const char* function) {
-        return std::string("03-05 14:07:09.123 IModule::") + function +
-               ": args(1): [value: 1], ret: not set, ecode: 0, time: 100 us";
+    auto head = [](int n) {
+        return "=============== Last " + std::to_string(n) + " calls ================";
     };
-    {
-        LogCapture logs;
-        logger.DumpToLogcat(10);
-        logger.DumpToLogcat(2);
-        logger.DumpToLogcat(0);
-        logger.DumpToLogcat(-1);
-        EXPECT_EQ(logs.Messages("AUtl::Logger"),
-                  (std::vector<std::string>{
-                          first, line("c"), line("b"), line("a"), last,
-                          "=============== Last 2 calls ================", line("c"), line("b"),
-                          last, "=============== Last 0 calls ================", last,
-                          "=============== Last -1 calls ================", last}));
-        for (const LogLine& l : logs.Lines("AUtl::Logger"))
-            EXPECT_EQ(l.severity, android::base::INFO);
-    }
-    {
-        LogCapture logs;
-        android::base::ScopedLogSeverity warning(android::base::WARNING);
-        logger.DumpToLogcat(10);
-        EXPECT_THAT(logs.Lines(), IsEmpty());
-    }
+    const std::string end(46, '=');
+    autl::test::LogCapture logs;
+    for (int n : {10, 2, 0, -1}) logger.DumpToLogcat(n);
+    EXPECT_EQ(logs.Messages("AUtl::Logger"),
+              (Lines{head(10), Line("c"), Line("b"), Line("a"), end, head(2), Line("c"), Line("b"),
+                     end, head(0), end, head(-1), end}));
+    for (const autl::test::LogLine& l : logs.Lines()) EXPECT_EQ(l.severity, android::base::INFO);
 }
 
 TEST_F(LoggerTest, PendingEntry_ClosesAndFolds) {
     Logger logger(1 << 20);
     for (int i = 0; i < 3; ++i) {
-        PendingEntry call(logger, logger.Append(LogEntry("IModule", "f", Args(1))));
-        EXPECT_EQ(call.get()->execution_time, -1);
+        PendingEntry call(logger, logger.Append(LogEntry("IModule", "f", Value(1))));
         call.SetReturn(Argument("ret", true));
         call.SetErrorCode(5);
     }
-    ASSERT_EQ(logger.GetEntryCount(), 1u);
-    logger.ForEachEntry([](const LogEntry& e) {
-        EXPECT_EQ(e.count, 3);
-        EXPECT_GE(e.execution_time, 0);
-        EXPECT_EQ(e.ecode, 5);
-        ASSERT_TRUE(e.ret.has_value());
-        EXPECT_EQ(e.ret->ToString(), "ret: true");
-    });
     // The return value is not charged.
-    EXPECT_EQ(logger.GetBytes(), 256u);
+    EXPECT_EQ(DumpLines(logger, false)[0], "Interaction logger(1, 256):");
+    EXPECT_THAT(DumpLines(logger, false)[2],
+                HasSubstr("[value: 1], ret: true, ecode: 5, contiguous calls: [count: 3, max: "));
 
+    auto executing = [&] {
+        std::vector<bool> open;
+        logger.ForEachEntry([&](const LogEntry& e) { open.push_back(e.execution_time == -1); });
+        return open;
+    };
     // Reassignment closes the handle it replaces; a moved-from handle is inert.
     PendingEntry first = logger.Begin(LogEntry("IModule", "g"));
     PendingEntry second = logger.Begin(LogEntry("IModule", "h"));
     first = std::move(second);
     second.Close();
-    std::vector<int32_t> times;
-    logger.ForEachEntry([&](const LogEntry& e) { times.push_back(e.execution_time); });
-    ASSERT_EQ(times.size(), 3u);
-    EXPECT_GE(times[1], 0);
-    EXPECT_EQ(times[2], -1);
+    EXPECT_EQ(executing(), (std::vector<bool>{false, false, true}));
     first.Close();
-    first.Close();
-    logger.ForEachEntry([&](const LogEntry& e) { EXPECT_GE(e.execution_time, 0); });
-}
+    EXPECT_EQ(executing(), (std::vector<bool>{false, false, false}));
 
-TEST_F(LoggerTest, PendingEntry_InterleavedProducersKeepEveryCall) {
-    Logger logger(1 << 20);
-    // One producer's call stays open while another's identical calls fold behind it.
+    // One producer's call stays open while another's identical calls fold behind it; closing it
+    // folds them all into it.
+    logger.Reset();
     PendingEntry open = logger.Begin(LogEntry("IModule", "f"));
     logger.Begin(LogEntry("IModule", "f")).Close();
     logger.Begin(LogEntry("IModule", "f")).Close();
-    EXPECT_EQ(logger.GetEntryCount(), 2u);
+    EXPECT_EQ(executing(), (std::vector<bool>{true, false}));
     open.Close();
-    ASSERT_EQ(logger.GetEntryCount(), 1u);
-    logger.ForEachEntry([](const LogEntry& e) {
-        EXPECT_EQ(e.count, 3);
-        EXPECT_LE(e.min_time, e.max_time);
-    });
-    EXPECT_EQ(logger.GetBytes(), 192u);
+    EXPECT_EQ(DumpLines(logger, false)[0], "Interaction logger(1, 192):");
+    EXPECT_THAT(DumpLines(logger, false)[2], HasSubstr("contiguous calls: [count: 3, "));
 }
 
 TEST_F(LoggerTest, PendingEntry_EntryGoneIsHarmless) {
-    // Pushed out by the budget.
-    Logger small(300);
-    PendingEntry evicted = small.Begin(LogEntry("IModule", "f", Args(1)));
+    // Pushed out by the budget: nothing reaches the entry now in the history.
+    Logger logger(300);
+    PendingEntry evicted = logger.Begin(Call("f", Value(1), -1));
     LogEntry* raw = evicted.get();
-    small.Append(LogEntry("IModule", "g", Args(2)));
-    small.SetReturn(raw, Argument("ret", 1));
+    logger.Append(Call("g", Value(1), -1));
+    logger.SetReturn(raw, Argument("ret", 1));
     evicted.SetReturn(Argument("ret", 1));
     evicted.SetErrorCode(3);
     evicted.Close();
-    small.ForEachEntry([](const LogEntry& e) {
-        EXPECT_EQ(e.function_name, "g");
-        EXPECT_FALSE(e.ret.has_value());
-        EXPECT_EQ(e.ecode, 0);
-        EXPECT_EQ(e.execution_time, -1);
-    });
+    EXPECT_EQ(DumpLines(logger, false),
+              (Lines{"Interaction logger(1, 256):", kRule, Line("g", "executing"), kRule}));
 
     // Reset under an open handle.
-    Logger logger(1 << 20);
-    PendingEntry open = logger.Begin(LogEntry("IModule", "f"));
+    PendingEntry open = logger.Begin(Call("h", Value(1), -1));
     logger.Reset();
-    logger.Append(LogEntry("IModule", "other"));
+    logger.Append(Call("i", Value(1), -1));
     open.SetErrorCode(9);
     open.Close();
-    logger.ForEachEntry([](const LogEntry& e) {
-        EXPECT_EQ(e.ecode, 0);
-        EXPECT_EQ(e.execution_time, -1);
-    });
+    EXPECT_EQ(DumpLines(logger, false),
+              (Lines{"Interaction logger(1, 256):", kRule, Line("i", "executing"), kRule}));
 }
 
 }  // namespace

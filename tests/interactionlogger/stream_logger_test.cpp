@@ -1,8 +1,7 @@
 #include <interactionlogger/logger.h>
 
-#include <cctype>
+#include <regex>
 #include <sstream>
-#include <thread>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -13,9 +12,9 @@ namespace {
 using aidl::android::hardware::audio::core::StreamDescriptor;
 using Command = StreamDescriptor::Command;
 using Reply = StreamDescriptor::Reply;
-using State = StreamDescriptor::State;
 
 const std::string kRule(142, '=');
+const std::string kHead = "T StreamDescriptor::Command: args(1): [command: Command{";
 
 Command Burst(int32_t bytes) {
     return Command::make<Command::burst>(bytes);
@@ -24,173 +23,94 @@ Command Burst(int32_t bytes) {
 Reply Active(int64_t frames, int32_t xruns = 0) {
     Reply reply;
     reply.fmqByteCount = 1920;
-    reply.state = State::ACTIVE;
+    reply.state = StreamDescriptor::State::ACTIVE;
     reply.observable = {.frames = frames, .timeNs = frames * 20833};
     reply.latencyMs = static_cast<int32_t>(frames % 7);
     reply.xrunFrames = xruns;
     return reply;
 }
 
-// The dump with its clock-dependent parts replaced: "T" for a start time ("MM-DD hh:mm:ss.mmm"),
-// "N" for the number of every "<number> us".
+// The dump with its clock-dependent parts replaced: "T" for a start time, "N" for the number of
+// every "<number> us".
 std::string Normalized(const std::string& text) {
-    auto matches = [&](size_t at, std::string_view pattern) {
-        if (at + pattern.size() > text.size()) return false;
-        for (size_t i = 0; i < pattern.size(); ++i) {
-            const char c = text[at + i];
-            if (pattern[i] == 'd' ? !std::isdigit(static_cast<unsigned char>(c)) : c != pattern[i]) {
-                return false;
-            }
-        }
-        return true;
-    };
-    std::string out;
-    for (size_t i = 0; i < text.size();) {
-        if (matches(i, "dd-dd dd:dd:dd.ddd ")) {
-            out += "T ";
-            i += 19;
-            continue;
-        }
-        size_t end = i + (text[i] == '-' ? 1 : 0);
-        while (end < text.size() && std::isdigit(static_cast<unsigned char>(text[end]))) ++end;
-        const bool digits = end > i + (text[i] == '-' ? 1 : 0);
-        if (digits && (i == 0 || !std::isalnum(static_cast<unsigned char>(text[i - 1]))) &&
-            text.compare(end, 3, " us") == 0) {
-            out += "N";
-            i = end;
-            continue;
-        }
-        out += text[i++];
-    }
-    return out;
+    static const std::regex time(R"(\d\d-\d\d \d\d:\d\d:\d\d\.\d\d\d )");
+    static const std::regex micros(R"(\b\d+ us\b)");
+    return std::regex_replace(std::regex_replace(text, time, "T "), micros, "N us");
 }
 
-std::string Dump(StreamLogger& logger, std::vector<std::string_view> filters = {}) {
-    std::stringbuf text;
-    dumpsys::DumpsysInfo info(-1, 0, std::move(filters));
-    info.stream_buffer = &text;
-    logger.Dump(info);
-    return text.str();
-}
-
-const std::string kReplyText =
-        "ret: Reply{status: 0, fmqByteCount: 1920, observable: Position{frames: 480, timeNs: "
-        "9999840}, hardware: Position{frames: -1, timeNs: -1}, latencyMs: 4, xrunFrames: 0, "
-        "state: ACTIVE, flushFromPosition: 0}";
-
-TEST(StreamLoggerTest, ToString_Empty) {
-    StreamLogger logger(4096);
-    EXPECT_EQ(logger.ToString(), "Interaction logger(0, 0):\n" + kRule + "\n" + kRule + "\n");
-}
-
-TEST(StreamLoggerTest, IdenticalPairsFold) {
+TEST(StreamLoggerTest, PairsFoldAndCommandsWithoutReply) {
     StreamLogger logger(1 << 20);
-    // Replies that differ only in positions and latency still fold.
+    EXPECT_EQ(logger.ToString(), "Interaction logger(0, 0):\n" + kRule + "\n" + kRule + "\n");
+    // Without an open command, replies and errors are ignored.
+    logger.LogReply(Active(480));
+    logger.LogInternalError(StreamLogger::Error::kTimeout);
+    // Replies that differ only in positions and latency fold.
     for (int64_t frames = 480; frames <= 480 * 5; frames += 480) {
         logger.LogCommand(Burst(1920));
         logger.LogReply(Active(frames));
     }
-    EXPECT_EQ(logger.GetLogger().GetEntryCount(), 1u);
-    EXPECT_EQ(logger.GetLogger().GetBytes(), 192u + 64u + 8u);
-    EXPECT_EQ(Normalized(logger.ToString()),
-              "Interaction logger(1, 264):\n" + kRule + "\n" +
-                      "T StreamDescriptor::Command: args(1): [command: Command{burst: 1920}], " +
-                      kReplyText +
-                      ", ecode: 0, contiguous calls: [count: 5, max: N us, min: N us, avg: N "
-                      "us]\n" +
-                      kRule + "\n");
-
-    // A different command, reply state, xrun count or error code starts a new entry.
-    logger.LogCommand(Burst(960));
-    logger.LogReply(Active(480));
-    logger.LogCommand(Burst(960));
-    logger.LogReply(Active(960, 12));
-    logger.LogCommand(Burst(960));
-    logger.LogInternalError(StreamLogger::Error::kTransferFailed);
-    logger.LogReply(Active(960, 12));
-    EXPECT_EQ(logger.GetLogger().GetEntryCount(), 4u);
-    logger.LogCommand(Burst(960));
-    logger.LogInternalError(StreamLogger::Error::kTransferFailed);
-    logger.LogReply(Active(1440, 12));
-    EXPECT_EQ(logger.GetLogger().GetEntryCount(), 4u);
-}
-
-TEST(StreamLoggerTest, CommandWithoutReply) {
-    StreamLogger logger(1 << 20);
-    logger.LogReply(Active(480));
-    logger.LogInternalError(StreamLogger::Error::kTimeout);
-    EXPECT_EQ(logger.GetLogger().GetEntryCount(), 0u);
-
-    logger.LogCommand(Command::make<Command::start>());
-    logger.LogCommand(Burst(1920));
-    EXPECT_EQ(Normalized(logger.ToString()),
-              "Interaction logger(2, 532):\n" + kRule + "\n" +
-                      "T StreamDescriptor::Command: args(1): [command: Command{start: Void{}}], "
-                      "ret: not set, ecode: 0, time: N us\n"
-                      "T StreamDescriptor::Command: args(1): [command: Command{burst: 1920}], "
-                      "ret: not set, ecode: 0, time: executing\n" +
-                      kRule + "\n");
-}
-
-TEST(StreamLoggerTest, InternalError_LastBeforeReplyWins) {
-    StreamLogger logger(1 << 20);
+    // The last error before the reply wins; one after it is ignored.
     logger.LogCommand(Burst(1920));
     logger.LogInternalError(StreamLogger::Error::kInvalidState);
     logger.LogInternalError(StreamLogger::Error::kHardwareFailure);
     logger.LogReply(Active(480));
     logger.LogInternalError(StreamLogger::Error::kTimeout);
-    EXPECT_THAT(Normalized(logger.ToString()),
-                ::testing::HasSubstr(kReplyText + ", ecode: 4, time: N us\n"));
-}
-
-TEST(StreamLoggerTest, Dump_PlainLayoutAndFilters) {
-    StreamLogger logger(1 << 20);
-    logger.GetLogger().SetAudioMode(2);
+    // A command without a reply is closed by the next command.
+    logger.LogCommand(Command::make<Command::start>());
     logger.LogCommand(Burst(1920));
-    logger.LogReply(Active(480));
-    EXPECT_EQ(Dump(logger), logger.ToString());
-    EXPECT_EQ(Dump(logger, {"AUtl::Log"}), logger.ToString());
-    EXPECT_EQ(Dump(logger, {"AUtl::Res"}), "");
-    logger.GetLogger().ForEachEntry([](const LogEntry& e) { EXPECT_EQ(e.audio_mode, 2); });
+    const std::string reply =
+            "ret: Reply{status: 0, fmqByteCount: 1920, observable: Position{frames: 480, timeNs: "
+            "9999840}, hardware: Position{frames: -1, timeNs: -1}, latencyMs: 4, xrunFrames: 0, "
+            "state: ACTIVE, flushFromPosition: 0}";
+    EXPECT_EQ(
+            Normalized(logger.ToString()),
+            "Interaction logger(4, 1060):\n" + kRule + "\n" + kHead + "burst: 1920}], " + reply +
+                    ", ecode: 0, contiguous calls: [count: 5, max: N us, min: N us, avg: N us]\n" +
+                    kHead + "burst: 1920}], " + reply + ", ecode: 4, time: N us\n" + kHead +
+                    "start: Void{}}], ret: not set, ecode: 0, time: N us\n" + kHead +
+                    "burst: 1920}], ret: not set, ecode: 0, time: executing\n" + kRule + "\n");
 }
 
-TEST(StreamLoggerTest, Budget_ChargesCommandsOnly) {
-    // Room for three entries of 264 bytes.
+TEST(StreamLoggerTest, DifferentPairsDoNotFold) {
+    using Error = StreamLogger::Error;
+    Reply paused = Active(960, 12);
+    paused.state = StreamDescriptor::State::PAUSED;
+    // Each pair differs from the one before in its command, xruns, error or state.
+    const std::vector<std::tuple<int32_t, Reply, Error>> pairs = {
+            {960, Active(480), Error::kNone},       {1920, Active(480), Error::kNone},
+            {1920, Active(960, 12), Error::kNone},  {1920, Active(960, 12), Error::kTransferFailed},
+            {1920, paused, Error::kTransferFailed},
+    };
+    StreamLogger logger(1 << 20);
+    for (const auto& [bytes, reply, error] : pairs) {
+        logger.LogCommand(Burst(bytes));
+        if (error != Error::kNone) logger.LogInternalError(error);
+        logger.LogReply(reply);
+    }
+    EXPECT_EQ(logger.GetLogger().GetEntryCount(), pairs.size());
+}
+
+TEST(StreamLoggerTest, Dump_PlainLayoutFiltersAndBudget) {
+    // Room for three entries of 192 + 64 + 8 bytes: the replies are not charged.
     StreamLogger logger(800);
+    logger.GetLogger().SetAudioMode(2);
     for (int32_t bytes = 1; bytes <= 5; ++bytes) {
         logger.LogCommand(Burst(bytes));
         logger.LogReply(Active(bytes));
     }
     EXPECT_EQ(logger.GetLogger().GetEntryCount(), 3u);
     EXPECT_EQ(logger.GetLogger().GetBytes(), 3u * 264u);
-}
+    logger.GetLogger().ForEachEntry([](const LogEntry& e) { EXPECT_EQ(e.audio_mode, 2); });
 
-TEST(StreamLoggerTest, Concurrency_WorkerLogsWhileDumping) {
-    StreamLogger logger(16 * 1024);
-    std::atomic<bool> done = false;
-    constexpr int kPairs = 3000;
-    std::thread worker([&] {
-        for (int i = 0; i < kPairs; ++i) {
-            logger.LogCommand(Burst(i % 3 == 0 ? 960 : 1920));
-            if (i % 50 == 0) logger.LogInternalError(StreamLogger::Error::kTransferFailed);
-            logger.LogReply(Active(i));
-        }
-        done = true;
-    });
-    int dumps = 0;
-    while (!done || dumps == 0) {
-        const std::string text = logger.ToString();
-        EXPECT_TRUE(text.starts_with("Interaction logger(")) << text;
-        ++dumps;
+    for (std::string_view filter : {"AUtl::Log", "AUtl::Res", ""}) {
+        std::stringbuf text;
+        dumpsys::DumpsysInfo info(-1, 0, {filter});
+        info.stream_buffer = &text;
+        logger.Dump(info);
+        EXPECT_EQ(text.str(), filter == "AUtl::Res" ? "" : logger.ToString()) << filter;
     }
-    worker.join();
-    uint64_t bytes = 0;
-    logger.GetLogger().ForEachEntry([&](const LogEntry& e) {
-        bytes += Logger::kEntrySize + e.arguments_size;
-        EXPECT_GE(e.execution_time, 0);
-    });
-    EXPECT_EQ(bytes, logger.GetLogger().GetBytes());
-    EXPECT_LE(bytes, 16u * 1024u);
+    EXPECT_THAT(Normalized(logger.ToString()),
+                ::testing::StartsWith("Interaction logger(3, 792):\n" + kRule + "\n" + kHead));
 }
 
 }  // namespace
