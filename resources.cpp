@@ -6,6 +6,7 @@
 #include <android-base/logging.h>
 #include <android-base/properties.h>
 #include <android/apexsupport.h>
+#include <dlfcn.h>
 
 #include <filesystem>
 #include <string_view>
@@ -47,10 +48,37 @@ bool PlatformHasApexInfoByName() {
     return has_it;
 }
 
+// AApexInfo_createWithName comes with platform level 37, and no public header declares it yet. It
+// is looked up at run time rather than called by name, so that the library compiles against headers
+// with and without the declaration, and loads where libapexsupport lacks the symbol (a reference by
+// name would stop the whole library from loading there, before the level check could run). A weak
+// reference guarded by __builtin_available would not do: a vendor module is compiled at the
+// platform's own API level, where the guard is settled at compile time and the reference stays
+// strong.
+using CreateWithName = AApexInfoError (*)(const char* name, AApexInfo** info);
+constexpr char kCreateWithName[] = "AApexInfo_createWithName";
+
+CreateWithName FindCreateWithName() {
+    // The process's global scope first: a call by name would bind there.
+    if (void* symbol = dlsym(RTLD_DEFAULT, kCreateWithName)) {
+        return reinterpret_cast<CreateWithName>(symbol);
+    }
+    // On a device libapexsupport sits in the system's linker namespace, which the global scope of
+    // a vendor library does not search; its own handle does. It is loaded already, as a library
+    // this one needs, and stays loaded after the handle is closed.
+    void* library = dlopen("libapexsupport.so", RTLD_NOW | RTLD_NOLOAD);
+    if (library == nullptr) return nullptr;
+    void* symbol = dlsym(library, kCreateWithName);
+    dlclose(library);
+    return reinterpret_cast<CreateWithName>(symbol);
+}
+
 int64_t ReadResourceApexVersion() {
     if (!PlatformHasApexInfoByName()) return -1;
+    static const CreateWithName create_with_name = FindCreateWithName();
+    if (create_with_name == nullptr) return -1;
     AApexInfo* info = nullptr;
-    if (AApexInfo_createWithName(kResourceApexName, &info) != AAPEXINFO_OK) return -1;
+    if (create_with_name(kResourceApexName, &info) != AAPEXINFO_OK) return -1;
     const int64_t version = AApexInfo_getVersion(info);
     AApexInfo_destroy(info);
     return version;

@@ -10,7 +10,8 @@
 //   if (config.empty()) return false;   // missing; a WARNING line names the path tried
 //   LoadSpatializerConfig(config);
 //
-// The APEX version is read once, at construction, and shown in the dump with the cached folders.
+// The APEX version is read once, at construction, and shown in the dump with the cached folders. It
+// is unknown where the platform cannot look an APEX up by name (before level 37).
 
 #include <cstdint>
 #include <mutex>

@@ -1,7 +1,8 @@
-// libapexsupport on a Linux host. A host has no /apex: no program runs from an APEX and no APEX is
-// installed, so every lookup fails the way the platform's does for a missing APEX and no handle is
-// ever handed out. The handle type, destroy and the getters are still whole, so that the library
-// offers every call the platform's does with the same meaning.
+// libapexsupport on a Linux host. A host has no /apex: no program runs from an APEX, so
+// AApexInfo_create fails the way the platform's does outside an APEX and no handle is ever handed
+// out. The handle type, destroy and the getters are still whole, so that the library offers every
+// call the platform's does with the same meaning. Like today's platform it has no
+// AApexInfo_createWithName.
 
 #include <android/apexsupport.h>
 
@@ -18,11 +19,6 @@ extern "C" {
 AApexInfoError AApexInfo_create(AApexInfo** info) {
     *info = nullptr;
     return AAPEXINFO_NO_APEX;
-}
-
-AApexInfoError AApexInfo_createWithName(const char* /*name*/, AApexInfo** info) {
-    *info = nullptr;
-    return AAPEXINFO_INVALID_APEX;
 }
 
 void AApexInfo_destroy(AApexInfo* info) {

@@ -54,8 +54,12 @@ int FakeApexSupport::OpenHandles() const {
 
 }  // namespace autl::test
 
-// The calls the library makes; the others stay the stand-in's.
+// The calls the library makes; the others stay the stand-in's. The library finds
+// AApexInfo_createWithName at run time, in the program's exported symbols (see CMakeLists.txt).
 extern "C" {
+
+// Declared by no public header yet.
+AApexInfoError AApexInfo_createWithName(const char* name, AApexInfo** info);
 
 AApexInfoError AApexInfo_createWithName(const char* name, AApexInfo** info) {
     std::lock_guard lock(mutex);

@@ -1,8 +1,9 @@
 #pragma once
 
-// Replaces libapexsupport in a test program: AApexInfo_createWithName finds the APEXes that the
-// test installs here and reports any other as missing, as the platform does. While a
-// FakeApexSupport lives, the calls are recorded; creating one starts from no APEX and no calls.
+// libapexsupport as platform level 37 has it, in a test program: AApexInfo_createWithName finds the
+// APEXes that the test installs here and reports any other as missing. While a FakeApexSupport
+// lives, the calls are recorded; creating one starts from no APEX and no calls. A program without
+// the fake runs on the host stand-in, which lacks AApexInfo_createWithName as today's platform does.
 //
 //   FakeApexSupport apex;
 //   apex.Install("com.example.apex", 0x1a00000005);

@@ -3,7 +3,6 @@
 #include <errno.h>
 #include <unistd.h>
 
-#include <filesystem>
 #include <fstream>
 #include <string>
 
@@ -38,7 +37,7 @@ TEST(PowerTest, WriteWakeLockFile_WritesTheIdOrFailsWithErrno) {
         EXPECT_EQ(WriteWakeLockFile(c.path.c_str(), c.id), -1);
         EXPECT_EQ(errno, c.error);
     }
-    EXPECT_FALSE(std::filesystem::exists(dir.Join("missing")));
+    EXPECT_NE(access(dir.Join("missing").c_str(), F_OK), 0);
     EXPECT_EQ(ReadFile(file), "");
     // The id goes in without a newline.
     EXPECT_EQ(WriteWakeLockFile(file.c_str(), "audio_hal"), 0);

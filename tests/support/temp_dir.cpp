@@ -1,35 +1,25 @@
 #include "temp_dir.h"
 
-#include <stdlib.h>
+#include <sys/stat.h>
 
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
-#include <sstream>
-#include <stdexcept>
+#include <android-base/file.h>
+#include <android-base/logging.h>
 
 namespace autl::test {
 
-TempDir::TempDir() {
-    const char* base = std::getenv("TMPDIR");
-    std::string pattern =
-            std::string(base != nullptr && *base != '\0' ? base : "/tmp") + "/autl-test-XXXXXX";
-    if (mkdtemp(pattern.data()) == nullptr) {
-        throw std::runtime_error("mkdtemp failed for " + pattern);
-    }
-    path_ = pattern;
+TempDir::TempDir() : dir_(std::make_unique<TemporaryDir>()), path_(dir_->path) {
+    // TemporaryDir reports no failure of its own; its path is then no folder.
+    struct stat status;
+    CHECK(stat(path_.c_str(), &status) == 0 && S_ISDIR(status.st_mode))
+            << "TempDir: cannot make a temporary folder " << path_;
 }
 
-TempDir::~TempDir() {
-    std::error_code error;
-    std::filesystem::remove_all(path_, error);
-}
+TempDir::~TempDir() = default;
 
 std::string ReadFile(const std::string& path) {
-    std::ifstream in(path, std::ios::binary);
-    std::ostringstream content;
-    content << in.rdbuf();
-    return content.str();
+    std::string content;
+    if (!android::base::ReadFileToString(path, &content, /*follow_symlinks=*/true)) content.clear();
+    return content;
 }
 
 }  // namespace autl::test

@@ -1,8 +1,13 @@
 #pragma once
 
-// A fresh folder under $TMPDIR (or /tmp), removed with everything in it on destruction.
+// A fresh folder in the system's temporary storage (android-base's TemporaryDir: $TMPDIR, else
+// /data/local/tmp on a device and /tmp on a host), removed with everything in it on destruction.
+// A folder that cannot be made ends the test program with a message naming the path.
 
+#include <memory>
 #include <string>
+
+class TemporaryDir;
 
 namespace autl::test {
 
@@ -19,6 +24,7 @@ class TempDir {
     std::string Join(const std::string& name) const { return path_ + "/" + name; }
 
   private:
+    std::unique_ptr<TemporaryDir> dir_;
     std::string path_;
 };
 
