@@ -6,9 +6,12 @@
 #include <sys/syscall.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <atomic>
 #include <condition_variable>
+#include <latch>
 #include <memory>
+#include <numeric>
 #include <mutex>
 #include <string>
 #include <thread>
@@ -205,6 +208,80 @@ TEST(WorkerTest, Stop_NoDoWorkAfterItReturns) {
         // The loop has ended, not just been asked to.
         EXPECT_THAT(logs.Messages(kTag), Contains("Loop: spinner thread exit"));
         EXPECT_EQ(worker->calls_after_stop, 0);
+    }
+}
+
+// Start and Stop from several threads at once, on an idle and on a running worker, repeated so that
+// the calls meet in every order, the start's windows included (a Start waiting for its thread, a
+// Start about to name it). Each call must answer, and log, as it would in some serial order of the
+// same calls, with no second thread, no crash and no hang.
+TEST(WorkerTest, ConcurrentStartAndStop_AnswerAsInSomeSerialOrder) {
+    // libbase sets its logging up on first use, behind a check that ThreadSanitizer cannot see:
+    // the first line comes from this thread, before the racing ones exist.
+    LOG(INFO) << "racing Start and Stop";
+    enum Call { kStart, kStop };
+    const std::vector<Call> kCases[] = {
+            {kStart, kStart}, {kStart, kStop},         {kStop, kStop},
+            {kStart, kStop, kStop}, {kStart, kStart, kStop}, {kStart, kStart, kStop, kStop},
+    };
+    for (int round = 0; round < 20; ++round) {
+        for (const bool running : {false, true}) {
+            for (const std::vector<Call>& calls : kCases) {
+                SCOPED_TRACE(testing::Message() << "round " << round << ", running " << running
+                                                << ", " << testing::PrintToString(calls));
+                auto worker = std::make_unique<GatedWorker>("racer");
+                if (running) {
+                    ASSERT_TRUE(worker->Start());
+                }
+                LogCapture logs;
+                std::vector<char> answers(calls.size());
+                std::latch go(static_cast<std::ptrdiff_t>(calls.size()));
+                std::vector<std::thread> threads;
+                for (size_t i = 0; i < calls.size(); ++i) {
+                    threads.emplace_back([&, i] {
+                        go.arrive_and_wait();
+                        answers[i] = calls[i] == kStart ? worker->Start() : worker->Stop();
+                    });
+                }
+                for (std::thread& thread : threads) thread.join();
+                const bool running_after = worker->Stop();
+
+                // Start answers true on an idle worker and leaves it running; Stop answers
+                // whether it was running and leaves it idle.
+                std::vector<size_t> order(calls.size());
+                std::iota(order.begin(), order.end(), 0);
+                bool serial = false;
+                do {
+                    bool state = running;
+                    bool same = true;
+                    for (const size_t i : order) {
+                        same = same && answers[i] == (calls[i] == kStart ? !state : state);
+                        state = calls[i] == kStart;
+                    }
+                    serial = serial || (same && state == running_after);
+                } while (std::next_permutation(order.begin(), order.end()));
+                EXPECT_TRUE(serial) << testing::PrintToString(answers);
+
+                // One line per answer, as each answer gives it.
+                int starts = 0;
+                int stops = 0;
+                for (size_t i = 0; i < calls.size(); ++i) {
+                    (calls[i] == kStart ? starts : stops) += answers[i] ? 1 : 0;
+                }
+                const std::vector<std::string> messages = logs.Messages(kTag);
+                const auto lines = [&](const std::string& message) {
+                    return std::count(messages.begin(), messages.end(), message);
+                };
+                const auto count = [&](Call call) {
+                    return std::count(calls.begin(), calls.end(), call);
+                };
+                EXPECT_EQ(lines("Loop: racer started"), starts);
+                EXPECT_EQ(lines("Start: racer has already been started"), count(kStart) - starts);
+                EXPECT_EQ(lines("Loop: racer thread exit"), stops + (running_after ? 1 : 0));
+                EXPECT_EQ(lines("Stop: racer hasn't been started yet"),
+                          count(kStop) - stops + (running_after ? 0 : 1));
+            }
+        }
     }
 }
 
