@@ -11,8 +11,8 @@
 #include <condition_variable>
 #include <latch>
 #include <memory>
-#include <numeric>
 #include <mutex>
+#include <numeric>
 #include <string>
 #include <thread>
 #include <utility>
@@ -34,6 +34,7 @@ using autl::test::LogCapture;
 using autl::test::LogLine;
 using testing::Contains;
 using testing::ElementsAre;
+using testing::UnorderedElementsAreArray;
 
 constexpr char kTag[] = "AUtl::Worker";
 
@@ -221,7 +222,7 @@ TEST(WorkerTest, ConcurrentStartAndStop_AnswerAsInSomeSerialOrder) {
     LOG(INFO) << "racing Start and Stop";
     enum Call { kStart, kStop };
     const std::vector<Call> kCases[] = {
-            {kStart, kStart}, {kStart, kStop},         {kStop, kStop},
+            {kStart, kStart},       {kStart, kStop},         {kStop, kStop},
             {kStart, kStop, kStop}, {kStart, kStart, kStop}, {kStart, kStart, kStop, kStop},
     };
     for (int round = 0; round < 20; ++round) {
@@ -262,24 +263,25 @@ TEST(WorkerTest, ConcurrentStartAndStop_AnswerAsInSomeSerialOrder) {
                 } while (std::next_permutation(order.begin(), order.end()));
                 EXPECT_TRUE(serial) << testing::PrintToString(answers);
 
-                // One line per answer, as each answer gives it.
-                int starts = 0;
-                int stops = 0;
-                for (size_t i = 0; i < calls.size(); ++i) {
-                    (calls[i] == kStart ? starts : stops) += answers[i] ? 1 : 0;
-                }
-                const std::vector<std::string> messages = logs.Messages(kTag);
-                const auto lines = [&](const std::string& message) {
-                    return std::count(messages.begin(), messages.end(), message);
+                // Each call logs its own two lines, those of its answer.
+                std::vector<LogLine> expected;
+                const auto add = [&](Call call, bool answer) {
+                    if (call == kStart) {
+                        expected.push_back({VERBOSE, kTag, "Start: start racer"});
+                        expected.push_back(
+                                answer ? LogLine{INFO, kTag, "Loop: racer started"}
+                                       : LogLine{ERROR, kTag,
+                                                 "Start: racer has already been started"});
+                    } else {
+                        expected.push_back({VERBOSE, kTag, "Stop: stop racer"});
+                        expected.push_back(answer ? LogLine{INFO, kTag, "Loop: racer thread exit"}
+                                                  : LogLine{WARNING, kTag,
+                                                            "Stop: racer hasn't been started yet"});
+                    }
                 };
-                const auto count = [&](Call call) {
-                    return std::count(calls.begin(), calls.end(), call);
-                };
-                EXPECT_EQ(lines("Loop: racer started"), starts);
-                EXPECT_EQ(lines("Start: racer has already been started"), count(kStart) - starts);
-                EXPECT_EQ(lines("Loop: racer thread exit"), stops + (running_after ? 1 : 0));
-                EXPECT_EQ(lines("Stop: racer hasn't been started yet"),
-                          count(kStop) - stops + (running_after ? 0 : 1));
+                for (size_t i = 0; i < calls.size(); ++i) add(calls[i], answers[i]);
+                add(kStop, running_after);
+                EXPECT_THAT(logs.Lines(kTag), UnorderedElementsAreArray(expected));
             }
         }
     }
