@@ -78,8 +78,8 @@ int mixer_ctl_get_array(const struct mixer_ctl* ctl, void* array, size_t count) 
         if (ctl->type == MIXER_CTL_TYPE_BYTE) {
             static_cast<unsigned char*>(array)[i] = static_cast<unsigned char>(ctl->values[i]);
         } else if (ctl->type == MIXER_CTL_TYPE_IEC958) {
-            std::memset(static_cast<char*>(array) + i * kIec958Size, static_cast<int>(ctl->values[i]),
-                        kIec958Size);
+            std::memset(static_cast<char*>(array) + i * kIec958Size,
+                        static_cast<int>(ctl->values[i]), kIec958Size);
         } else {
             static_cast<long*>(array)[i] = ctl->values[i];
         }

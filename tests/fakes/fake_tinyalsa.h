@@ -4,9 +4,9 @@
 // calls take the place of libtinyalsa's for the whole process, the library's calls included.
 // Cards and controls are plain records that a test fills in and inspects; every call is recorded.
 // The calls check buffers, counts and control types and refuse with -EINVAL, and copy values, as
-// tinyalsa 2.x does (a long per boolean or integer value, a byte per byte value, a whole IEC958 block
-// per IEC958 value), unless a control scripts another answer; mixer and control handles must be
-// valid.
+// tinyalsa 2.x does (a long per boolean or integer value, a byte per byte value, a whole IEC958
+// block per IEC958 value), unless a control scripts another answer; mixer and control handles must
+// be valid.
 //
 //   FakeTinyalsa tinyalsa;
 //   mixer& card = tinyalsa.AddCard(0, "Test Card");

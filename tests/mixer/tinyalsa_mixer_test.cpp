@@ -147,10 +147,10 @@ TEST_F(TinyalsaMixerTest, ArrayValues_ReadAndWrittenAndCountsChecked) {
     EXPECT_FALSE(mixer_.SetByteValues("Volume", two.get(), 2));
     EXPECT_FALSE(mixer_.GetByteValues("Spdif", two.get(), 1));
     EXPECT_FALSE(mixer_.SetIntegerValues("Spdif", values, 1));
-    EXPECT_THAT(tinyalsa_.calls,
-                ElementsAre(Find("Volume"), "mixer_ctl_get_type(Volume)", Find("Volume"),
-                            "mixer_ctl_get_type(Volume)", Find("Spdif"), "mixer_ctl_get_type(Spdif)",
-                            Find("Spdif"), "mixer_ctl_get_type(Spdif)"));
+    EXPECT_THAT(tinyalsa_.calls, ElementsAre(Find("Volume"), "mixer_ctl_get_type(Volume)",
+                                             Find("Volume"), "mixer_ctl_get_type(Volume)",
+                                             Find("Spdif"), "mixer_ctl_get_type(Spdif)",
+                                             Find("Spdif"), "mixer_ctl_get_type(Spdif)"));
 
     EXPECT_TRUE(mixer_.GetByteValues("Blob", bytes, 4));
     EXPECT_THAT(bytes, ElementsAre(1, 2, 3, static_cast<char>(200), 0));
