@@ -212,75 +212,70 @@ TEST(WorkerTest, Stop_NoDoWorkAfterItReturns) {
     }
 }
 
-// Start and Stop from several threads at once, on an idle and on a running worker, repeated so that
-// the calls meet in every order, the start's windows included (a Start waiting for its thread, a
-// Start about to name it). Each call must answer, and log, as it would in some serial order of the
-// same calls, with no second thread, no crash and no hang.
+// Start and Stop from several threads at once, on an idle and on a running worker, many times so
+// that the calls meet in every order, inside a start too (a Start waiting for its thread, or about
+// to name it). Each call answers and logs as in some serial order of the calls: no second thread,
+// no crash, no hang.
 TEST(WorkerTest, ConcurrentStartAndStop_AnswerAsInSomeSerialOrder) {
-    // libbase sets its logging up on first use, behind a check that ThreadSanitizer cannot see:
-    // the first line comes from this thread, before the racing ones exist.
+    // libbase sets its logging up on first use behind a check that ThreadSanitizer cannot see: the
+    // first line comes from this thread, before the racing ones exist.
     LOG(INFO) << "racing Start and Stop";
-    enum Call { kStart, kStop };
-    const std::vector<Call> kCases[] = {
-            {kStart, kStart},       {kStart, kStop},         {kStop, kStop},
-            {kStart, kStop, kStop}, {kStart, kStart, kStop}, {kStart, kStart, kStop, kStop},
-    };
+    const LogLine kAnswerLines[2][2] = {// [Start][answer]
+                                        {{WARNING, kTag, "Stop: racer hasn't been started yet"},
+                                         {INFO, kTag, "Loop: racer thread exit"}},
+                                        {{ERROR, kTag, "Start: racer has already been started"},
+                                         {INFO, kTag, "Loop: racer started"}}};
+    const std::vector<bool> kCases[] = {// true for Start, false for Stop, one thread each
+                                        {true, true},        {true, false},
+                                        {false, false},      {true, false, false},
+                                        {true, true, false}, {true, true, false, false}};
     for (int round = 0; round < 20; ++round) {
         for (const bool running : {false, true}) {
-            for (const std::vector<Call>& calls : kCases) {
+            for (const std::vector<bool>& starts : kCases) {
                 SCOPED_TRACE(testing::Message() << "round " << round << ", running " << running
-                                                << ", " << testing::PrintToString(calls));
+                                                << ", " << testing::PrintToString(starts));
                 auto worker = std::make_unique<GatedWorker>("racer");
                 if (running) {
                     ASSERT_TRUE(worker->Start());
                 }
                 LogCapture logs;
-                std::vector<char> answers(calls.size());
-                std::latch go(static_cast<std::ptrdiff_t>(calls.size()));
+                std::vector<char> answers(starts.size());
+                std::latch go(static_cast<std::ptrdiff_t>(starts.size()));
                 std::vector<std::thread> threads;
-                for (size_t i = 0; i < calls.size(); ++i) {
+                for (size_t i = 0; i < starts.size(); ++i) {
                     threads.emplace_back([&, i] {
                         go.arrive_and_wait();
-                        answers[i] = calls[i] == kStart ? worker->Start() : worker->Stop();
+                        answers[i] = starts[i] ? worker->Start() : worker->Stop();
                     });
                 }
                 for (std::thread& thread : threads) thread.join();
                 const bool running_after = worker->Stop();
 
-                // Start answers true on an idle worker and leaves it running; Stop answers
+                // Start answers whether the worker was idle and leaves it running; Stop answers
                 // whether it was running and leaves it idle.
-                std::vector<size_t> order(calls.size());
+                std::vector<size_t> order(starts.size());
                 std::iota(order.begin(), order.end(), 0);
                 bool serial = false;
                 do {
                     bool state = running;
                     bool same = true;
                     for (const size_t i : order) {
-                        same = same && answers[i] == (calls[i] == kStart ? !state : state);
-                        state = calls[i] == kStart;
+                        same = same && answers[i] == (starts[i] != state);
+                        state = starts[i];
                     }
                     serial = serial || (same && state == running_after);
                 } while (std::next_permutation(order.begin(), order.end()));
                 EXPECT_TRUE(serial) << testing::PrintToString(answers);
 
-                // Each call logs its own two lines, those of its answer.
+                // Each call, the last Stop too, logs two lines: its own and its answer's.
                 std::vector<LogLine> expected;
-                const auto add = [&](Call call, bool answer) {
-                    if (call == kStart) {
-                        expected.push_back({VERBOSE, kTag, "Start: start racer"});
-                        expected.push_back(
-                                answer ? LogLine{INFO, kTag, "Loop: racer started"}
-                                       : LogLine{ERROR, kTag,
-                                                 "Start: racer has already been started"});
-                    } else {
-                        expected.push_back({VERBOSE, kTag, "Stop: stop racer"});
-                        expected.push_back(answer ? LogLine{INFO, kTag, "Loop: racer thread exit"}
-                                                  : LogLine{WARNING, kTag,
-                                                            "Stop: racer hasn't been started yet"});
-                    }
-                };
-                for (size_t i = 0; i < calls.size(); ++i) add(calls[i], answers[i]);
-                add(kStop, running_after);
+                for (size_t i = 0; i <= starts.size(); ++i) {
+                    const bool start = i < starts.size() && starts[i];
+                    expected.push_back(
+                            {VERBOSE, kTag, start ? "Start: start racer" : "Stop: stop racer"});
+                    expected.push_back(
+                            kAnswerLines[start][i < starts.size() ? answers[i] : running_after]);
+                }
                 EXPECT_THAT(logs.Lines(kTag), UnorderedElementsAreArray(expected));
             }
         }
