@@ -2,19 +2,68 @@
 
 #include <recorder/raw_recorder.h>
 
+#include <android-base/file.h>
 #include <android-base/logging.h>
+#include <android-base/macros.h>
+#include <android-base/unique_fd.h>
+#include <fcntl.h>
 #include <sys/stat.h>
+#include <sys/uio.h>
+#include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <ctime>
-#include <fstream>
 #include <utility>
 
 namespace vendor::zentro::tevrash::audio::hal::utils::recorder {
 
 using aidl::android::media::audio::common::PcmType;
+using android::base::unique_fd;
+using android::base::WriteFully;
 
 namespace {
+
+constexpr mode_t kFileMode = 0644;
+
+// Every open of a recording file. The name is predictable (prefix and time), so a final symlink
+// planted there is not followed, and a FIFO planted there fails the open instead of blocking the
+// stream's thread (O_NONBLOCK changes nothing for a regular file). The descriptor is not inherited
+// by programs the HAL runs.
+constexpr int kOpenFlags = O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC;
+
+unique_fd Open(const std::string& path, int flags) {
+    return unique_fd(TEMP_FAILURE_RETRY(open(path.c_str(), flags | kOpenFlags, kFileMode)));
+}
+
+// Opens the file for appending, creating it if it has disappeared since Start, with the mode Start
+// gives (the umask would narrow it).
+unique_fd OpenForAppend(const std::string& path) {
+    unique_fd file = Open(path, O_WRONLY | O_APPEND);
+    if (file.ok() || errno != ENOENT) return file;
+    file = Open(path, O_WRONLY | O_APPEND | O_CREAT | O_EXCL);
+    if (file.ok()) {
+        fchmod(file.get(), kFileMode);
+    } else if (errno == EEXIST) {  // created by someone else meanwhile
+        file = Open(path, O_WRONLY | O_APPEND);
+    }
+    return file;
+}
+
+// Writes the pieces in order and in one system call, unless the kernel takes only a part (a full
+// disk); the rest then follows piece by piece.
+bool WritePieces(int fd, const char* head, size_t head_size, const void* tail, size_t tail_size) {
+    iovec pieces[] = {{const_cast<char*>(head), head_size}, {const_cast<void*>(tail), tail_size}};
+    const ssize_t written = TEMP_FAILURE_RETRY(writev(fd, pieces, 2));
+    if (written < 0) return false;
+    size_t done = static_cast<size_t>(written);
+    if (done < head_size) {
+        if (!WriteFully(fd, head + done, head_size - done)) return false;
+        done = head_size;
+    }
+    done -= head_size;
+    return WriteFully(fd, static_cast<const char*>(tail) + done, tail_size - done);
+}
 
 // The derived recorders refuse chunks of 1 MiB and more, which also refuses every negative size.
 constexpr uint32_t kMaxChunkSize = 0x100000;
@@ -136,12 +185,14 @@ void RawRecorder::Start() {
     started_ = true;
 
     LOG(INFO) << "Start: touch a " << path_;
-    {
-        // Appending never truncates: a second start within the same second continues the file.
-        std::ofstream file(path_, std::ios::out | std::ios::app);
-        LOG(INFO) << "Start: " << file.is_open() << ", " << file.good();
-    }
-    if (chmod(path_.c_str(), 0644) != 0) {
+    // Never truncated: a second start within the same second continues the file.
+    unique_fd file = Open(path_, O_WRONLY | O_APPEND | O_CREAT);
+    const int open_error = errno;
+    // Whether the file is open and whether it is ready for writing: both 1, or both 0.
+    LOG(INFO) << "Start: " << file.ok() << ", " << file.ok();
+    // A file that exists but cannot be written still gets its mode, as its owner may give it.
+    if (!file.ok() && open_error == EACCES) file = Open(path_, O_RDONLY);
+    if (!file.ok() || fchmod(file.get(), kFileMode) != 0) {
         LOG(ERROR) << "Start: Failure to change mode of " << path_;
     }
     LOG(INFO) << "Start: recorder started";
@@ -155,9 +206,10 @@ void RawRecorder::Stop() {
 
 int RawRecorder::Record(void* data, int size) {
     if (size == 0 || data == nullptr || !started_) return 0;
-    std::ofstream file(path_, std::ios::binary | std::ios::app);
-    if (!file.is_open() || !file.good()) return 0;
-    file.write(static_cast<const char*>(data), size);
+    const unique_fd file = OpenForAppend(path_);
+    if (!file.ok()) return 0;
+    // A negative size writes nothing and is returned all the same.
+    if (size > 0) WriteFully(file.get(), data, static_cast<size_t>(size));
     return size;
 }
 
@@ -205,18 +257,18 @@ void WaveRecorder::Start() {
 
 int WaveRecorder::Record(void* data, int size) {
     if (IsRefusedChunk(data, size) || !IsStarted()) return 0;
-    // Opening without truncating does not create the file: it is the one Start created.
-    std::fstream file(GetPath(), std::ios::in | std::ios::out | std::ios::binary);
+    // Not created: it is the one Start created.
+    const unique_fd file = Open(GetPath(), O_WRONLY);
     // The sizes grow whether or not the file could be opened.
     Put32(&header_[kChunkSizeAt], Get32(&header_[kChunkSizeAt]) + static_cast<uint32_t>(size));
     Put32(&header_[kDataSizeAt], Get32(&header_[kDataSizeAt]) + static_cast<uint32_t>(size));
     // The header that counts the chunk goes first, then the chunk: after every Record the file is
     // a complete WAV file. A process killed between the two leaves a header that counts at most
     // this one chunk more than the file holds, which players read up to the end of the file.
-    file.seekp(0);
-    file.write(header_.data(), kHeaderSize);
-    file.seekp(0, std::ios::end);
-    file.write(static_cast<const char*>(data), size);
+    if (file.ok() && TEMP_FAILURE_RETRY(pwrite(file.get(), header_.data(), kHeaderSize, 0)) >= 0 &&
+        lseek(file.get(), 0, SEEK_END) >= 0) {
+        WriteFully(file.get(), data, static_cast<size_t>(size));
+    }
     return size;
 }
 
@@ -243,23 +295,20 @@ void EncodedRecorder::Start() {
 
 int EncodedRecorder::Record(void* data, int size) {
     if (IsRefusedChunk(data, size) || !IsStarted()) return 0;
-    std::ofstream file(GetPath(), std::ios::in | std::ios::out | std::ios::binary);
-    return Encode(file, data, size);
+    // Not created: it is the one Start created. Every frame goes to the end.
+    const unique_fd file = Open(GetPath(), O_WRONLY | O_APPEND);
+    return Encode(file.get(), data, size);
 }
 
-int EncodedRecorder::Encode(std::ofstream& out, void* data, int size) {
-    if (!out.is_open() || !out.good()) return -1;
+int EncodedRecorder::Encode(int fd, void* data, int size) {
+    if (fd < 0) return -1;
     std::fill(chunk_header_.begin() + 4, chunk_header_.end(), 0);
-    char length[4];
-    Put32(length, static_cast<uint32_t>(size));
-    // The stream's buffer takes the 20 header bytes, and a payload that does not fit goes out
-    // with them: the frame reaches the file in one system call.
-    out.seekp(0, std::ios::end);
-    out.write(kFrameMarker, 4);
-    out.write(chunk_header_.data(), static_cast<std::streamsize>(chunk_header_.size()));
-    out.write(length, sizeof(length));
-    out.write(static_cast<const char*>(data), size);
-    out.close();
+    char head[kFrameHeaderSize];
+    std::copy(kFrameMarker, kFrameMarker + 4, head);
+    std::copy(chunk_header_.begin(), chunk_header_.end(), head + 4);
+    Put32(head + 16, static_cast<uint32_t>(size));
+    // The whole frame in one system call, as far as the kernel takes it.
+    WritePieces(fd, head, sizeof(head), data, static_cast<size_t>(size));
     return size + kFrameHeaderSize;
 }
 

@@ -21,7 +21,8 @@ constexpr size_t kMaxThreadNameLength = 15;
 Worker::Worker(std::string name, int32_t priority) : name_(std::move(name)), priority_(priority) {}
 
 Worker::~Worker() {
-    std::lock_guard lock(mutex_);
+    std::unique_lock lock(mutex_);
+    started_.wait(lock, [this] { return !starting_; });
     if (!running_) return;
     LOG(ERROR) << "~Worker: " << name_
                << " still running; the derived class must call Stop() in its destructor";
@@ -35,12 +36,15 @@ void Worker::WakeUp() {}
 bool Worker::Start() {
     LOG(VERBOSE) << "Start: start " << name_;
     std::unique_lock lock(mutex_);
-    if (running_) {
+    // A worker that another Start is bringing up counts as running: its thread_ is taken.
+    if (running_ || starting_) {
         LOG(ERROR) << "Start: " << name_ << " has already been started";
         return false;
     }
     stop_requested_ = false;
     thread_ = std::thread(&Worker::Loop, this);
+    // The wait below releases the mutex; starting_ keeps other calls off the worker meanwhile.
+    starting_ = true;
     started_.wait(lock, [this] { return running_; });
 
     char thread_name[kMaxThreadNameLength + 1] = {};
@@ -48,6 +52,8 @@ bool Worker::Start() {
     if (pthread_setname_np(thread_.native_handle(), thread_name) != 0) {
         LOG(WARNING) << "Start: set thread name (" << name_ << ") failed";
     }
+    starting_ = false;
+    started_.notify_all();  // for a Stop that came during the start
     return true;
 }
 
@@ -68,7 +74,9 @@ void Worker::Loop() {
 
 bool Worker::Stop() {
     LOG(VERBOSE) << "Stop: stop " << name_;
-    std::lock_guard lock(mutex_);
+    std::unique_lock lock(mutex_);
+    // A Stop during a start lets the start finish, then stops the worker it started.
+    started_.wait(lock, [this] { return !starting_; });
     if (!running_) {
         LOG(WARNING) << "Stop: " << name_ << " hasn't been started yet";
         return false;

@@ -2,10 +2,16 @@
 // "hw:N": on a host with a sound card that is the card's driver, and an ALSA configuration may
 // route it elsewhere (the tests route it to a control plugin). tinyalsa's return conventions are
 // kept: its own argument checks give -EINVAL, and every failure that alsa-lib reports (alsa-lib's
-// -errno) becomes -1 with errno set, as a failed ioctl does in tinyalsa.
+// -errno) becomes -1 with errno set, as a failed ioctl does in tinyalsa. Like tinyalsa, it prints
+// nothing: alsa-lib's own error lines ("ALSA lib ...") are kept off standard error.
 
 #include <tinyalsa/mixer.h>
 
+#include <stdarg.h>
+// alsa-lib 1.2.8 declares snd_lib_error_set_local after the end of its extern "C" block.
+extern "C" {
+#include <alsa/error.h>
+}
 #include <alsa/asoundlib.h>
 #include <errno.h>
 #include <string.h>
@@ -42,6 +48,21 @@ struct mixer {
 };
 
 namespace {
+
+// Silences alsa-lib on this thread for one call. A handler set by the application for the whole
+// process (snd_lib_error_set_handler) still gets every error.
+class QuietAlsa {
+  public:
+    QuietAlsa() : previous_(snd_lib_error_set_local(Ignore)) {}
+    ~QuietAlsa() { snd_lib_error_set_local(previous_); }
+    QuietAlsa(const QuietAlsa&) = delete;
+    QuietAlsa& operator=(const QuietAlsa&) = delete;
+
+  private:
+    static void Ignore(const char*, int, const char*, int, const char*, va_list) {}
+
+    snd_local_error_handler_t previous_;
+};
 
 int DriverFailure(int alsa_error) {
     errno = -alsa_error;
@@ -133,12 +154,13 @@ bool IsArrayAccessible(const mixer_ctl* ctl, const void* array, size_t count) {
     if (count > snd_ctl_elem_info_get_count(ctl->info.get())) return false;
     const snd_ctl_elem_type_t type = Type(ctl);
     return type == SND_CTL_ELEM_TYPE_BOOLEAN || type == SND_CTL_ELEM_TYPE_INTEGER ||
-           type == SND_CTL_ELEM_TYPE_BYTES;
+           type == SND_CTL_ELEM_TYPE_BYTES || type == SND_CTL_ELEM_TYPE_IEC958;
 }
 
 }  // namespace
 
 struct mixer* mixer_open(unsigned int card) {
+    const QuietAlsa quiet;
     const std::string device = "hw:" + std::to_string(card);
     snd_ctl_t* handle = nullptr;
     int result = snd_ctl_open(&handle, device.c_str(), 0);
@@ -163,10 +185,12 @@ struct mixer* mixer_open(unsigned int card) {
 }
 
 void mixer_close(struct mixer* mixer) {
+    const QuietAlsa quiet;
     delete mixer;
 }
 
 int mixer_add_new_ctls(struct mixer* mixer) {
+    const QuietAlsa quiet;
     return mixer == nullptr ? 0 : ListNewControls(mixer);
 }
 
@@ -182,14 +206,43 @@ struct mixer_ctl* mixer_get_ctl_by_name(struct mixer* mixer, const char* name) {
     return nullptr;
 }
 
+enum mixer_ctl_type mixer_ctl_get_type(const struct mixer_ctl* ctl) {
+    if (ctl == nullptr) return MIXER_CTL_TYPE_UNKNOWN;
+    switch (Type(ctl)) {
+        case SND_CTL_ELEM_TYPE_BOOLEAN:
+            return MIXER_CTL_TYPE_BOOL;
+        case SND_CTL_ELEM_TYPE_INTEGER:
+            return MIXER_CTL_TYPE_INT;
+        case SND_CTL_ELEM_TYPE_ENUMERATED:
+            return MIXER_CTL_TYPE_ENUM;
+        case SND_CTL_ELEM_TYPE_BYTES:
+            return MIXER_CTL_TYPE_BYTE;
+        case SND_CTL_ELEM_TYPE_IEC958:
+            return MIXER_CTL_TYPE_IEC958;
+        case SND_CTL_ELEM_TYPE_INTEGER64:
+            return MIXER_CTL_TYPE_INT64;
+        default:
+            return MIXER_CTL_TYPE_UNKNOWN;
+    }
+}
+
 int mixer_ctl_get_array(const struct mixer_ctl* ctl, void* array, size_t count) {
     if (!IsArrayAccessible(ctl, array, count)) return -EINVAL;
+    const QuietAlsa quiet;
     snd_ctl_elem_value_t* value;
     snd_ctl_elem_value_alloca(&value);
     const int result = Read(ctl, value);
     if (result != 0) return result;
     if (Type(ctl) == SND_CTL_ELEM_TYPE_BYTES) {
         memcpy(array, snd_ctl_elem_value_get_bytes(value), count);
+    } else if (Type(ctl) == SND_CTL_ELEM_TYPE_IEC958) {
+        // A value holds one block, the only one an IEC958 control has; tinyalsa copies count
+        // blocks from the value all the same.
+        snd_aes_iec958_t block;
+        snd_ctl_elem_value_get_iec958(value, &block);
+        for (size_t i = 0; i < count; ++i) {
+            memcpy(static_cast<snd_aes_iec958_t*>(array) + i, &block, sizeof(block));
+        }
     } else {
         long* values = static_cast<long*>(array);
         for (size_t i = 0; i < count; ++i) {
@@ -206,6 +259,7 @@ int mixer_ctl_get_value(const struct mixer_ctl* ctl, unsigned int id) {
         type != SND_CTL_ELEM_TYPE_ENUMERATED && type != SND_CTL_ELEM_TYPE_BYTES) {
         return -EINVAL;
     }
+    const QuietAlsa quiet;
     snd_ctl_elem_value_t* value;
     snd_ctl_elem_value_alloca(&value);
     const int result = Read(ctl, value);
@@ -226,22 +280,44 @@ unsigned int mixer_ctl_get_num_values(const struct mixer_ctl* ctl) {
     return ctl == nullptr ? 0 : snd_ctl_elem_info_get_count(ctl->info.get());
 }
 
+// tinyalsa reads the item count from the control's information whatever the control's type. The
+// count shares a union with the integer ranges: on a little-endian target an integer control's
+// slot holds the low 32 bits of its minimum; boolean controls have a minimum of 0, and the other
+// types leave the slot as tinyalsa cleared it. alsa-lib asserts on reading either field of a
+// control of another type, so each is read by type.
 unsigned int mixer_ctl_get_num_enums(const struct mixer_ctl* ctl) {
-    // alsa-lib asserts on the item count of a control of another type.
-    if (ctl == nullptr || Type(ctl) != SND_CTL_ELEM_TYPE_ENUMERATED) return 0;
-    return snd_ctl_elem_info_get_items(ctl->info.get());
+    if (ctl == nullptr) return 0;
+    switch (Type(ctl)) {
+        case SND_CTL_ELEM_TYPE_ENUMERATED:
+            return snd_ctl_elem_info_get_items(ctl->info.get());
+        case SND_CTL_ELEM_TYPE_INTEGER:
+            return static_cast<unsigned int>(snd_ctl_elem_info_get_min(ctl->info.get()));
+        case SND_CTL_ELEM_TYPE_INTEGER64:
+            return static_cast<unsigned int>(snd_ctl_elem_info_get_min64(ctl->info.get()));
+        default:
+            return 0;
+    }
 }
 
 const char* mixer_ctl_get_enum_string(struct mixer_ctl* ctl, unsigned int enum_id) {
-    if (mixer_ctl_get_num_enums(ctl) <= enum_id || ReadItemNames(ctl) != 0) return nullptr;
+    if (ctl == nullptr || Type(ctl) != SND_CTL_ELEM_TYPE_ENUMERATED ||
+        mixer_ctl_get_num_enums(ctl) <= enum_id) {
+        return nullptr;
+    }
+    const QuietAlsa quiet;
+    if (ReadItemNames(ctl) != 0) return nullptr;
     return ctl->item_names[enum_id].c_str();
 }
 
 int mixer_ctl_set_array(struct mixer_ctl* ctl, const void* array, size_t count) {
     if (!IsArrayAccessible(ctl, array, count)) return -EINVAL;
+    const QuietAlsa quiet;
     snd_ctl_elem_value_t* value;
     snd_ctl_elem_value_alloca(&value);
-    if (Type(ctl) == SND_CTL_ELEM_TYPE_BYTES) {
+    if (Type(ctl) == SND_CTL_ELEM_TYPE_IEC958) {
+        // A value holds one block; tinyalsa copies count blocks into it, of which the first counts.
+        snd_ctl_elem_value_set_iec958(value, static_cast<const snd_aes_iec958_t*>(array));
+    } else if (Type(ctl) == SND_CTL_ELEM_TYPE_BYTES) {
         const unsigned char* bytes = static_cast<const unsigned char*>(array);
         for (size_t i = 0; i < count; ++i) {
             snd_ctl_elem_value_set_byte(value, static_cast<unsigned int>(i), bytes[i]);
@@ -259,6 +335,7 @@ int mixer_ctl_set_enum_by_string(struct mixer_ctl* ctl, const char* string) {
     if (ctl == nullptr || string == nullptr || Type(ctl) != SND_CTL_ELEM_TYPE_ENUMERATED) {
         return -EINVAL;
     }
+    const QuietAlsa quiet;
     const int result = ReadItemNames(ctl);
     if (result != 0) return result;
     for (size_t i = 0; i < ctl->item_names.size(); ++i) {

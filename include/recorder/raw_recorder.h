@@ -16,7 +16,9 @@
 //
 // File names are the prefix, the local time as "-%Y-%m-%d-%H-%M-%S" and the extension. Two starts
 // within one second use the same name; since files are opened for appending, the second recording
-// continues the first file.
+// continues the first file. Since names are predictable, a symlink or FIFO found at the name is
+// never followed or waited on: the file then counts as one that cannot be opened. Descriptors are
+// closed on exec.
 //
 // No lock is taken: a recorder belongs to the thread that drives the recorded stream, and calls
 // from several threads must be serialised by the caller.
@@ -25,7 +27,6 @@
 
 #include <array>
 #include <cstdint>
-#include <iosfwd>
 #include <string>
 
 namespace vendor::zentro::tevrash::audio::hal::utils::recorder {
@@ -45,9 +46,10 @@ class RawRecorder {
     virtual void Start();
     // Does nothing when not started; writes nothing to the file.
     virtual void Stop();
-    // Appends size bytes of data to the file. Returns size once the file opened, 0 when size is 0,
-    // data is null, the recorder is not started, or the file cannot be opened. Whether the write
-    // itself succeeded is not checked.
+    // Appends size bytes of data to the file, creating it again with mode 0644 if it has
+    // disappeared. Returns size once the file opened (a negative size writes nothing), 0 when size
+    // is 0, data is null, the recorder is not started, or the file cannot be opened. Whether the
+    // write itself succeeded is not checked.
     virtual int Record(void* data, int size);
 
     bool IsStarted() const;
@@ -124,9 +126,9 @@ class EncodedRecorder : public RawRecorder {
     static constexpr int kFrameHeaderSize = 20;
 
   private:
-    // Writes one frame at the end of out and closes it: size + 20, or -1 (and nothing written)
-    // when out is not open or not good.
-    int Encode(std::ofstream& out, void* data, int size);
+    // Writes one frame to fd, opened for appending: size + 20, or -1 (and nothing written) when
+    // fd is -1 (the file could not be opened).
+    int Encode(int fd, void* data, int size);
 
     // The format word, then 8 reserved bytes that are zeroed before every frame.
     std::array<char, 12> chunk_header_;

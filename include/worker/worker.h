@@ -54,13 +54,16 @@ class Worker {
     Worker& operator=(const Worker&) = delete;
 
     // Creates the thread and returns true once it runs with its nice value applied; returns false
-    // (and logs an ERROR line) when the worker is running already. A stopped worker starts again
-    // on a new thread. If the system cannot create a thread, std::thread's std::system_error
-    // propagates. Takes the worker's mutex.
+    // (and logs an ERROR line) when the worker is running already or another Start is starting
+    // it. A stopped worker starts again on a new thread. If the system cannot create a thread,
+    // std::thread's std::system_error propagates. Takes the worker's mutex.
     bool Start();
     // Asks the loop to end, calls WakeUp, and joins the thread, all under the worker's mutex; no
     // DoWork runs after it returns. Returns whether the worker was running (false with a WARNING
-    // line when it was not).
+    // line when it was not). A Stop during a Start waits until that Start returns, then stops.
+    //
+    // Start and Stop are safe from any threads in any interleaving: each answers as it would in
+    // some serial order of the calls.
     bool Stop();
 
   protected:
@@ -77,8 +80,11 @@ class Worker {
     const int32_t priority_;
     std::mutex mutex_;
     std::thread thread_;  // guarded by mutex_
+    // Signalled when running_ is set (for Start) and when a start ends (for Stop and ~Worker).
     std::condition_variable started_;
-    bool running_ = false;                     // guarded by mutex_
+    bool running_ = false;  // guarded by mutex_
+    // From the creation of the thread until Start returns; guarded by mutex_.
+    bool starting_ = false;
     std::atomic<bool> stop_requested_{false};  // written under mutex_, read by the loop without it
 };
 

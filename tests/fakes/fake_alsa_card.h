@@ -3,9 +3,8 @@
 // Sound cards without hardware: routes alsa-lib's control devices "hw:0" to "hw:7" to the test
 // control plugin (alsa_ctl_plugin.c), for this process and the programs it starts. While a
 // FakeAlsaCards lives, ALSA_CONFIG_PATH names a configuration that defines only those devices
-// (nothing of the system's ALSA configuration is read) and alsa-lib prints no error messages. The
-// cards keep their values in a file beside the configuration, so that programs started by the test
-// see the same cards, one after another.
+// (nothing of the system's ALSA configuration is read). The cards keep their values in a file beside
+// the configuration, so that programs started by the test see the same cards, one after another.
 //
 // Each card is named "Test Card <N>" and offers, in this order:
 //   "Speaker Volume"  integer, 2 values, -10..100, first 50 60

@@ -30,8 +30,11 @@ std::string Describe(const mixer_ctl* ctl, size_t number) {
 
 bool IsArrayAccessible(const mixer_ctl* ctl, const void* array, size_t count) {
     return array != nullptr && count != 0 && count <= ctl->values.size() &&
-           (ctl->type == MIXER_CTL_TYPE_INT || ctl->type == MIXER_CTL_TYPE_BYTE);
+           ctl->type != MIXER_CTL_TYPE_ENUM && ctl->type != MIXER_CTL_TYPE_INT64;
 }
+
+// The size of the kernel's struct snd_aes_iec958.
+constexpr size_t kIec958Size = 176;
 
 }  // namespace
 
@@ -74,6 +77,9 @@ int mixer_ctl_get_array(const struct mixer_ctl* ctl, void* array, size_t count) 
     for (size_t i = 0; i < count; ++i) {
         if (ctl->type == MIXER_CTL_TYPE_BYTE) {
             static_cast<unsigned char*>(array)[i] = static_cast<unsigned char>(ctl->values[i]);
+        } else if (ctl->type == MIXER_CTL_TYPE_IEC958) {
+            std::memset(static_cast<char*>(array) + i * kIec958Size,
+                        static_cast<int>(ctl->values[i]), kIec958Size);
         } else {
             static_cast<long*>(array)[i] = ctl->values[i];
         }
@@ -84,7 +90,11 @@ int mixer_ctl_get_array(const struct mixer_ctl* ctl, void* array, size_t count) 
 int mixer_ctl_get_value(const struct mixer_ctl* ctl, unsigned int id) {
     FakeCall call("mixer_ctl_get_value(" + Describe(ctl, id) + ")");
     if (ctl->get_value_result.has_value()) return *ctl->get_value_result;
-    return id < ctl->values.size() ? static_cast<int>(ctl->values[id]) : -EINVAL;
+    if (id >= ctl->values.size() || ctl->type == MIXER_CTL_TYPE_INT64 ||
+        ctl->type == MIXER_CTL_TYPE_IEC958) {
+        return -EINVAL;
+    }
+    return static_cast<int>(ctl->values[id]);
 }
 
 unsigned int mixer_ctl_get_num_values(const struct mixer_ctl* ctl) {
@@ -92,14 +102,22 @@ unsigned int mixer_ctl_get_num_values(const struct mixer_ctl* ctl) {
     return static_cast<unsigned int>(ctl->values.size());
 }
 
+enum mixer_ctl_type mixer_ctl_get_type(const struct mixer_ctl* ctl) {
+    FakeCall call("mixer_ctl_get_type(" + ctl->name + ")");
+    return ctl->type;
+}
+
+// The item count shares its place in the control's info with an integer control's minimum.
 unsigned int mixer_ctl_get_num_enums(const struct mixer_ctl* ctl) {
     FakeCall call("mixer_ctl_get_num_enums(" + ctl->name + ")");
-    return static_cast<unsigned int>(ctl->items.size());
+    return ctl->type == MIXER_CTL_TYPE_ENUM ? static_cast<unsigned int>(ctl->items.size())
+                                            : static_cast<unsigned int>(ctl->min);
 }
 
 const char* mixer_ctl_get_enum_string(struct mixer_ctl* ctl, unsigned int enum_id) {
     FakeCall call("mixer_ctl_get_enum_string(" + Describe(ctl, enum_id) + ")");
-    return enum_id < ctl->items.size() ? ctl->items[enum_id] : nullptr;
+    return ctl->type == MIXER_CTL_TYPE_ENUM && enum_id < ctl->items.size() ? ctl->items[enum_id]
+                                                                           : nullptr;
 }
 
 int mixer_ctl_set_array(struct mixer_ctl* ctl, const void* array, size_t count) {
@@ -110,6 +128,9 @@ int mixer_ctl_set_array(struct mixer_ctl* ctl, const void* array, size_t count) 
             ctl->values[i] = 0;
         } else if (ctl->type == MIXER_CTL_TYPE_BYTE) {
             ctl->values[i] = static_cast<const unsigned char*>(array)[i];
+        } else if (ctl->type == MIXER_CTL_TYPE_IEC958) {
+            // The last byte of each block, so that a buffer too short for it is read past its end.
+            ctl->values[i] = static_cast<const unsigned char*>(array)[(i + 1) * kIec958Size - 1];
         } else {
             ctl->values[i] = static_cast<const long*>(array)[i];
         }

@@ -3,8 +3,10 @@
 // A scriptable fake of tinyalsa's mixer calls. Linked into a test program, its definitions of the
 // calls take the place of libtinyalsa's for the whole process, the library's calls included.
 // Cards and controls are plain records that a test fills in and inspects; every call is recorded.
-// The calls check buffers, counts and control types and refuse with -EINVAL as tinyalsa does,
-// unless a control scripts another answer; mixer and control handles must be valid.
+// The calls check buffers, counts and control types and refuse with -EINVAL, and copy values, as
+// tinyalsa 2.x does (a long per boolean or integer value, a byte per byte value, a whole IEC958
+// block per IEC958 value), unless a control scripts another answer; mixer and control handles must
+// be valid.
 //
 //   FakeTinyalsa tinyalsa;
 //   mixer& card = tinyalsa.AddCard(0, "Test Card");
@@ -24,14 +26,17 @@
 struct mixer_ctl {
     std::string name;
     mixer_ctl_type type;
-    // Int controls: the values. Byte controls: one byte per entry. Enumerated controls: the
-    // selected item.
+    // Boolean and integer controls: the values. Byte controls: one byte per entry. Enumerated
+    // controls: the selected item. IEC958 controls: one entry per block, every byte of the block
+    // read as the entry's low byte.
     std::vector<long> values;
     // The item texts of an enumerated control; a null entry is an item without text.
     std::vector<const char*> items = {};
     // When set, mixer_ctl_get_array or mixer_ctl_get_value answer this without reading.
     std::optional<int> get_array_result = {};
     std::optional<int> get_value_result = {};
+    // The minimum of an integer control, whose low 32 bits tinyalsa reports as its item count.
+    long min = 0;
 };
 
 struct mixer {

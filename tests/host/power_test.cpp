@@ -1,6 +1,8 @@
 #include <hardware_legacy/power.h>
 
 #include <errno.h>
+#include <signal.h>
+#include <sys/resource.h>
 #include <unistd.h>
 
 #include <fstream>
@@ -28,15 +30,25 @@ TEST(PowerTest, WriteWakeLockFile_WritesTheIdOrFailsWithErrno) {
         int error;
     } kFailures[] = {
             {"missing file", dir.Join("missing"), "hal", ENOENT},
-            {"full device", "/dev/full", "hal", ENOSPC},
+            {"file at the size limit", file, "hal", EFBIG},  // a full disk
             {"no id", file, nullptr, EINVAL},
     };
+    rlimit limit = {};
+    ASSERT_EQ(getrlimit(RLIMIT_FSIZE, &limit), 0);
+    rlimit zero = limit;
+    zero.rlim_cur = 0;
+    const sighandler_t previous = signal(SIGXFSZ, SIG_IGN);
     for (const auto& c : kFailures) {
         SCOPED_TRACE(c.what);
+        ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &zero), 0);
         errno = 0;
-        EXPECT_EQ(WriteWakeLockFile(c.path.c_str(), c.id), -1);
-        EXPECT_EQ(errno, c.error);
+        const int result = WriteWakeLockFile(c.path.c_str(), c.id);
+        const int error = errno;
+        setrlimit(RLIMIT_FSIZE, &limit);
+        EXPECT_EQ(result, -1);
+        EXPECT_EQ(error, c.error);
     }
+    signal(SIGXFSZ, previous);
     EXPECT_NE(access(dir.Join("missing").c_str(), F_OK), 0);
     EXPECT_EQ(ReadFile(file), "");
     // The id goes in without a newline.

@@ -55,6 +55,7 @@ TEST_F(TinyalsaMixerAlsaTest, ByteAndEnumeratedControls_ByName) {
     ASSERT_TRUE(mixer_.GetByteValues("Codec Blob", bytes, 8));
     EXPECT_THAT(bytes, ElementsAre(9, 8, 7, 0, 0, 0, 0, 0));
     EXPECT_FALSE(mixer_.GetByteValues("Codec Blob", bytes, 9));
+    EXPECT_FALSE(mixer_.GetByteValues("Speaker Volume", bytes, 2));  // 16 bytes from tinyalsa
 
     EXPECT_THAT(mixer_.GetEnum("Route Select"), Optional(std::string_view("Speaker")));
     EXPECT_THAT(mixer_.GetEnums("Route Select"), ElementsAre("Off", "Speaker", "Headset"));

@@ -1,6 +1,7 @@
 #include <mixer/tinyalsa_mixer.h>
 
 #include <cerrno>
+#include <memory>
 #include <thread>
 #include <vector>
 
@@ -48,14 +49,17 @@ class TinyalsaMixerTest : public ::testing::Test {
     FakeTinyalsa tinyalsa_;
     ::mixer& card_ = tinyalsa_.AddCard(0, "Test Card");
     ::mixer& second_card_ = tinyalsa_.AddCard(1, "Second Card");
-    mixer_ctl& volume_ =
-            card_.controls.emplace_back(mixer_ctl{"Volume", MIXER_CTL_TYPE_INT, {30, 40}});
+    // tinyalsa reports 4294967286 items for this control, the low half of its minimum.
+    mixer_ctl& volume_ = card_.controls.emplace_back(mixer_ctl{
+            .name = "Volume", .type = MIXER_CTL_TYPE_INT, .values = {30, 40}, .min = -10});
     mixer_ctl& blob_ =
             card_.controls.emplace_back(mixer_ctl{"Blob", MIXER_CTL_TYPE_BYTE, {1, 2, 3, 200}});
     mixer_ctl& route_ = card_.controls.emplace_back(
             mixer_ctl{"Route", MIXER_CTL_TYPE_ENUM, {1}, {"Off", "Speaker", "Headset"}});
     mixer_ctl& gappy_ = card_.controls.emplace_back(
             mixer_ctl{"Gappy", MIXER_CTL_TYPE_ENUM, {2}, {"A", nullptr, "C"}});
+    mixer_ctl& spdif_ =
+            card_.controls.emplace_back(mixer_ctl{"Spdif", MIXER_CTL_TYPE_IEC958, {0x5a}});
     TinyalsaMixer mixer_;
 };
 
@@ -108,6 +112,8 @@ TEST_F(TinyalsaMixerTest, GetIntegerValue_FirstValueOrASingleRead) {
         volume_.get_value_result = c.value_result;
         EXPECT_EQ(mixer_.GetIntegerValue("Volume"), c.expected) << c.value_result.value_or(0);
     }
+    // tinyalsa copies a whole 176-byte block.
+    EXPECT_THAT(mixer_.GetIntegerValue("Spdif"), Optional(0x5a5a5a5a5a5a5a5aL));
 }
 
 TEST_F(TinyalsaMixerTest, ArrayValues_ReadAndWrittenAndCountsChecked) {
@@ -127,9 +133,24 @@ TEST_F(TinyalsaMixerTest, ArrayValues_ReadAndWrittenAndCountsChecked) {
     EXPECT_FALSE(mixer_.SetIntegerValues("Volume", values, -1));
     EXPECT_FALSE(mixer_.GetByteValues("Blob", bytes, 5));
     EXPECT_THAT(tinyalsa_.calls,
-                ElementsAre(Find("Blob"), "mixer_ctl_set_array(Blob, 18446744073709551615)",
-                            Find("Volume"), "mixer_ctl_set_array(Volume, 18446744073709551615)",
-                            Find("Blob"), "mixer_ctl_get_array(Blob, 5)"));
+                ElementsAre(Find("Blob"), "mixer_ctl_get_type(Blob)",
+                            "mixer_ctl_set_array(Blob, 18446744073709551615)", Find("Volume"),
+                            "mixer_ctl_get_type(Volume)",
+                            "mixer_ctl_set_array(Volume, 18446744073709551615)", Find("Blob"),
+                            "mixer_ctl_get_type(Blob)", "mixer_ctl_get_array(Blob, 5)"));
+
+    // Bytes go to and from byte controls only, longs not to IEC958 controls: tinyalsa would copy
+    // a long or a 176-byte block per value, past the end of the buffer.
+    tinyalsa_.calls.clear();
+    const auto two = std::make_unique<char[]>(2);
+    EXPECT_FALSE(mixer_.GetByteValues("Volume", two.get(), 2));
+    EXPECT_FALSE(mixer_.SetByteValues("Volume", two.get(), 2));
+    EXPECT_FALSE(mixer_.GetByteValues("Spdif", two.get(), 1));
+    EXPECT_FALSE(mixer_.SetIntegerValues("Spdif", values, 1));
+    EXPECT_THAT(tinyalsa_.calls, ElementsAre(Find("Volume"), "mixer_ctl_get_type(Volume)",
+                                             Find("Volume"), "mixer_ctl_get_type(Volume)",
+                                             Find("Spdif"), "mixer_ctl_get_type(Spdif)",
+                                             Find("Spdif"), "mixer_ctl_get_type(Spdif)"));
 
     EXPECT_TRUE(mixer_.GetByteValues("Blob", bytes, 4));
     EXPECT_THAT(bytes, ElementsAre(1, 2, 3, static_cast<char>(200), 0));
@@ -169,7 +190,10 @@ TEST_F(TinyalsaMixerTest, Enums_ByTextAndItemsWithoutTextLeftOut) {
     EXPECT_EQ(mixer_.GetEnum("Gappy"), std::nullopt);
     EXPECT_THAT(mixer_.GetEnums("Gappy"), ElementsAre("A", "C"));
     EXPECT_THAT(mixer_.GetEnums("Route"), ElementsAre("Off", "Speaker", "Headset"));
+    // At once, whatever item count tinyalsa reports for a control of another type.
+    tinyalsa_.calls.clear();
     EXPECT_THAT(mixer_.GetEnums("Volume"), IsEmpty());
+    EXPECT_THAT(tinyalsa_.calls, ElementsAre(Find("Volume"), "mixer_ctl_get_type(Volume)"));
 
     EXPECT_TRUE(mixer_.SetEnum("Route", "Headset"));
     EXPECT_FALSE(mixer_.SetEnum("Route", "Loud"));

@@ -44,12 +44,19 @@ constexpr char kZone[] = "XYZ-14";
 constexpr time_t kZoneOffset = 14 * 3600;
 
 // The name of a file started at `when`, built without the recorder's formatting code.
-std::string NameAt(const std::string& prefix, time_t when) {
+std::string NameAt(const std::string& prefix, time_t when, const char* extension = ".raw") {
     const time_t shifted = when + kZoneOffset;
     tm t = {};
     gmtime_r(&shifted, &t);
-    return prefix + StringPrintf("-%04d-%02d-%02d-%02d-%02d-%02d.raw", t.tm_year + 1900,
-                                 t.tm_mon + 1, t.tm_mday, t.tm_hour, t.tm_min, t.tm_sec);
+    return prefix +
+           StringPrintf("-%04d-%02d-%02d-%02d-%02d-%02d", t.tm_year + 1900, t.tm_mon + 1, t.tm_mday,
+                        t.tm_hour, t.tm_min, t.tm_sec) +
+           extension;
+}
+
+mode_t Mode(const std::string& path) {
+    struct stat status = {};
+    return lstat(path.c_str(), &status) == 0 ? status.st_mode : 0;
 }
 
 std::string Bytes(size_t size, char first) {
@@ -117,10 +124,8 @@ TEST_F(RecorderTest, StartAndStop_CreateTheFileOnce) {
     EXPECT_THAT(name, AnyOf(NameAt("out", before), NameAt("out", after)));
     const std::string path = dir_.Join(name);
     EXPECT_EQ(recorder.GetPath(), path);
-    struct stat status = {};
-    ASSERT_EQ(stat(path.c_str(), &status), 0);
-    EXPECT_EQ(status.st_size, 0);
-    EXPECT_EQ(status.st_mode & 07777, 0644u);
+    EXPECT_EQ(ReadFile(path), "");
+    EXPECT_EQ(Mode(path), S_IFREG | 0644u);
 
     recorder.Start();
     recorder.Stop();
@@ -197,29 +202,48 @@ TEST_F(RecorderTest, RestartWithinOneSecond_ContinuesTheSameFile) {
     EXPECT_TRUE(within_one_second) << "every attempt crossed a second boundary";
 }
 
-// The failure to create the file shows in the log only: the recorder counts as started, and each
-// recorder answers Record in its own way.
-TEST_F(RecorderTest, MissingFolder_LogsTheFailureAndRecordsNothing) {
-    const std::string folder = dir_.Join("missing");
+// A file that cannot be opened shows in the log only: the recorder counts as started, and each
+// recorder answers Record in its own way. So it goes in a folder that does not exist, and where a
+// symlink or a FIFO was planted at the (predictable) name: the symlink is not followed, the FIFO
+// not waited on.
+TEST_F(RecorderTest, FileCannotBeOpened_LogsTheFailureAndRecordsNothing) {
+    const std::string victim = dir_.Join("victim");
+    std::ofstream(victim) << "precious";
+    const char* const kNames[][2] = {{"raw", ".raw"}, {"wav", ".wav"}, {"enc", ".audio_enc"}};
     const int results[] = {0, 4, -1};
     char bytes[4] = {1, 2, 3, 4};
-    const std::vector<std::unique_ptr<RawRecorder>> recorders = EveryKind(folder);
-    for (size_t i = 0; i < recorders.size(); ++i) {
-        RawRecorder& recorder = *recorders[i];
-        logs_.Clear();
-        recorder.Start();
-        const std::string path = recorder.GetPath();
-        EXPECT_EQ(path, folder + "/" + recorder.GetFileName());
-        EXPECT_THAT(logs_.Lines(kTag),
-                    ElementsAre(LogLine{INFO, kTag, "Start: touch a " + path},
-                                LogLine{INFO, kTag, "Start: 0, 0"},
-                                LogLine{ERROR, kTag, "Start: Failure to change mode of " + path},
-                                LogLine{INFO, kTag, "Start: recorder started"}));
-        EXPECT_TRUE(recorder.IsStarted());
-        EXPECT_EQ(recorder.Record(bytes, 4), results[i]) << path;
-        EXPECT_EQ(recorder.Record(bytes, 4), results[i]) << path;
+    enum Planted { kMissingFolder, kSymlink, kFifo };
+    for (const Planted planted : {kMissingFolder, kSymlink, kFifo}) {
+        const std::string folder = dir_.Join(std::to_string(planted));
+        ASSERT_TRUE(planted == kMissingFolder || mkdir(folder.c_str(), 0755) == 0);
+        const std::vector<std::unique_ptr<RawRecorder>> recorders = EveryKind(folder);
+        for (size_t i = 0; i < recorders.size(); ++i) {
+            RawRecorder& recorder = *recorders[i];
+            // Every name that Start may choose within the next ten seconds.
+            const time_t now = time(nullptr);
+            for (time_t when = now; planted != kMissingFolder && when < now + 10; ++when) {
+                const std::string name = folder + "/" + NameAt(kNames[i][0], when, kNames[i][1]);
+                ASSERT_EQ(planted == kFifo ? mkfifo(name.c_str(), 0666)
+                                           : symlink(victim.c_str(), name.c_str()),
+                          0);
+            }
+            logs_.Clear();
+            recorder.Start();
+            const std::string path = recorder.GetPath();
+            EXPECT_EQ(path, folder + "/" + recorder.GetFileName());
+            EXPECT_THAT(logs_.Lines(kTag),
+                        ElementsAre(LogLine{INFO, kTag, "Start: touch a " + path},
+                                    LogLine{INFO, kTag, "Start: 0, 0"},
+                                    LogLine{ERROR, kTag, "Start: Failure to change mode of " + path},
+                                    LogLine{INFO, kTag, "Start: recorder started"}));
+            EXPECT_TRUE(recorder.IsStarted());
+            EXPECT_EQ(recorder.Record(bytes, 4), results[i]) << path;
+            EXPECT_EQ(recorder.Record(bytes, 4), results[i]) << path;
+        }
     }
-    EXPECT_NE(access(folder.c_str(), F_OK), 0);
+    EXPECT_NE(access(dir_.Join("0").c_str(), F_OK), 0);
+    EXPECT_EQ(ReadFile(victim), "precious");
+    EXPECT_EQ(Mode(victim), S_IFREG | 0600u);
 }
 
 // Start leaves the file empty; each chunk rewrites the header, which counts every chunk so far.
@@ -258,19 +282,36 @@ TEST_F(RecorderTest, WaveHeader_FollowsThePcmType) {
     }
 }
 
-// Record opens the file that Start created and creates no other; the chunk is still counted.
-TEST_F(RecorderTest, WaveFileRemovedAfterStart_RecordCountsTheChunkAndCreatesNothing) {
-    WaveRecorder recorder(dir_.path(), "wav", 1, 16000, PcmType::INT_16_BIT);
-    recorder.Start();
-    ASSERT_EQ(unlink(recorder.GetPath().c_str()), 0);
-    EXPECT_EQ(Record(recorder, Bytes(10, 'a')), 10);
-    EXPECT_NE(access(recorder.GetPath().c_str(), F_OK), 0);
-
-    // Once the file is back, the header counts the lost chunk too.
-    ASSERT_TRUE(std::ofstream(recorder.GetPath()).is_open());
-    EXPECT_EQ(Record(recorder, Bytes(2, 'b')), 2);
-    EXPECT_EQ(ReadFile(recorder.GetPath()),
-              WaveHeader(1, 1, 16000, 32000, 2, 16, 12) + Bytes(2, 'b'));
+// A file removed after Start: the raw recorder creates it again, with the mode Start gave it; the
+// others create nothing. The WAV recorder counts the lost chunk all the same, in the header it
+// writes once the file is back.
+TEST_F(RecorderTest, FileRemovedAfterStart_OnlyTheRawRecorderCreatesItAgain) {
+    const struct {
+        int lost;  // result for the chunk while the file is gone
+        int back;  // result for the chunk once it is back
+        std::string file;
+    } cases[] = {
+            {10, 2, Bytes(10, 'a') + Bytes(2, 'b')},
+            {10, 2, WaveHeader(1, 2, 48000, 192000, 4, 16, 12) + Bytes(2, 'b')},
+            {-1, 22, Frame(0x01355007, Bytes(2, 'b'))},
+    };
+    const std::vector<std::unique_ptr<RawRecorder>> recorders = EveryKind(dir_.path());
+    for (size_t i = 0; i < recorders.size(); ++i) {
+        RawRecorder& recorder = *recorders[i];
+        recorder.Start();
+        const std::string path = recorder.GetPath();
+        SCOPED_TRACE(path);
+        ASSERT_EQ(unlink(path.c_str()), 0);
+        EXPECT_EQ(Record(recorder, Bytes(10, 'a')), cases[i].lost);
+        if (i == 0) {
+            EXPECT_EQ(Mode(path), S_IFREG | 0644u);
+        } else {
+            EXPECT_EQ(Mode(path), 0u);
+            ASSERT_TRUE(std::ofstream(path).is_open());
+        }
+        EXPECT_EQ(Record(recorder, Bytes(2, 'b')), cases[i].back);
+        EXPECT_EQ(ReadFile(path), cases[i].file);
+    }
 }
 
 TEST_F(RecorderTest, EncodedFormatWord_PacksChannelsRateAndSampleFormat) {

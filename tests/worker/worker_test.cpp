@@ -6,10 +6,13 @@
 #include <sys/syscall.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <atomic>
 #include <condition_variable>
+#include <latch>
 #include <memory>
 #include <mutex>
+#include <numeric>
 #include <string>
 #include <thread>
 #include <utility>
@@ -31,6 +34,7 @@ using autl::test::LogCapture;
 using autl::test::LogLine;
 using testing::Contains;
 using testing::ElementsAre;
+using testing::UnorderedElementsAreArray;
 
 constexpr char kTag[] = "AUtl::Worker";
 
@@ -205,6 +209,76 @@ TEST(WorkerTest, Stop_NoDoWorkAfterItReturns) {
         // The loop has ended, not just been asked to.
         EXPECT_THAT(logs.Messages(kTag), Contains("Loop: spinner thread exit"));
         EXPECT_EQ(worker->calls_after_stop, 0);
+    }
+}
+
+// Start and Stop from several threads at once, on an idle and on a running worker, many times so
+// that the calls meet in every order, inside a start too (a Start waiting for its thread, or about
+// to name it). Each call answers and logs as in some serial order of the calls: no second thread,
+// no crash, no hang.
+TEST(WorkerTest, ConcurrentStartAndStop_AnswerAsInSomeSerialOrder) {
+    // libbase sets its logging up on first use behind a check that ThreadSanitizer cannot see: the
+    // first line comes from this thread, before the racing ones exist.
+    LOG(INFO) << "racing Start and Stop";
+    const LogLine kAnswerLines[2][2] = {// [Start][answer]
+                                        {{WARNING, kTag, "Stop: racer hasn't been started yet"},
+                                         {INFO, kTag, "Loop: racer thread exit"}},
+                                        {{ERROR, kTag, "Start: racer has already been started"},
+                                         {INFO, kTag, "Loop: racer started"}}};
+    const std::vector<bool> kCases[] = {// true for Start, false for Stop, one thread each
+                                        {true, true},        {true, false},
+                                        {false, false},      {true, false, false},
+                                        {true, true, false}, {true, true, false, false}};
+    for (int round = 0; round < 20; ++round) {
+        for (const bool running : {false, true}) {
+            for (const std::vector<bool>& starts : kCases) {
+                SCOPED_TRACE(testing::Message() << "round " << round << ", running " << running
+                                                << ", " << testing::PrintToString(starts));
+                auto worker = std::make_unique<GatedWorker>("racer");
+                if (running) {
+                    ASSERT_TRUE(worker->Start());
+                }
+                LogCapture logs;
+                std::vector<char> answers(starts.size());
+                std::latch go(static_cast<std::ptrdiff_t>(starts.size()));
+                std::vector<std::thread> threads;
+                for (size_t i = 0; i < starts.size(); ++i) {
+                    threads.emplace_back([&, i] {
+                        go.arrive_and_wait();
+                        answers[i] = starts[i] ? worker->Start() : worker->Stop();
+                    });
+                }
+                for (std::thread& thread : threads) thread.join();
+                const bool running_after = worker->Stop();
+
+                // Start answers whether the worker was idle and leaves it running; Stop answers
+                // whether it was running and leaves it idle.
+                std::vector<size_t> order(starts.size());
+                std::iota(order.begin(), order.end(), 0);
+                bool serial = false;
+                do {
+                    bool state = running;
+                    bool same = true;
+                    for (const size_t i : order) {
+                        same = same && answers[i] == (starts[i] != state);
+                        state = starts[i];
+                    }
+                    serial = serial || (same && state == running_after);
+                } while (std::next_permutation(order.begin(), order.end()));
+                EXPECT_TRUE(serial) << testing::PrintToString(answers);
+
+                // Each call, the last Stop too, logs two lines: its own and its answer's.
+                std::vector<LogLine> expected;
+                for (size_t i = 0; i <= starts.size(); ++i) {
+                    const bool start = i < starts.size() && starts[i];
+                    expected.push_back(
+                            {VERBOSE, kTag, start ? "Start: start racer" : "Stop: stop racer"});
+                    expected.push_back(
+                            kAnswerLines[start][i < starts.size() ? answers[i] : running_after]);
+                }
+                EXPECT_THAT(logs.Lines(kTag), UnorderedElementsAreArray(expected));
+            }
+        }
     }
 }
 

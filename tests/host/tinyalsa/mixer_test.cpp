@@ -58,10 +58,31 @@ TEST_F(HostTinyalsaTest, OwnChecks_AnswerEinvalWithoutAborting) {
             mixer_ctl_set_enum_by_string(volume, "Off"),
     };
     for (const int result : results) EXPECT_EQ(result, -EINVAL);
-    EXPECT_EQ(mixer_ctl_get_num_enums(volume), 0U);
     EXPECT_EQ(mixer_ctl_get_enum_string(volume, 0), nullptr);
     EXPECT_EQ(mixer_ctl_get_enum_string(route, 3), nullptr);
     EXPECT_EQ(mixer_ctl_get_num_values(nullptr), 0U);
+}
+
+// The item count is read whatever the type, as tinyalsa reads it from the control's information:
+// for an integer control, the low 32 bits of its minimum (-10 here).
+TEST_F(HostTinyalsaTest, TypeAndItemCount_AsTinyalsaReportsThem) {
+    const struct {
+        const char* name;
+        mixer_ctl_type type;
+        unsigned int items;
+    } kCases[] = {
+            {"Speaker Volume", MIXER_CTL_TYPE_INT, 4294967286U},
+            {"Codec Blob", MIXER_CTL_TYPE_BYTE, 0},
+            {"Route Select", MIXER_CTL_TYPE_ENUM, 3},
+            {"Mute Switch", MIXER_CTL_TYPE_BOOL, 0},
+            {"Big Counter", MIXER_CTL_TYPE_INT64, 0},
+    };
+    for (const auto& c : kCases) {
+        SCOPED_TRACE(c.name);
+        EXPECT_EQ(mixer_ctl_get_type(Control(c.name)), c.type);
+        EXPECT_EQ(mixer_ctl_get_num_enums(Control(c.name)), c.items);
+    }
+    EXPECT_EQ(mixer_ctl_get_type(nullptr), MIXER_CTL_TYPE_UNKNOWN);
 }
 
 TEST_F(HostTinyalsaTest, DriverFailures_AnswerMinusOneWithErrno) {
@@ -125,6 +146,17 @@ TEST_F(HostTinyalsaTest, AddNewCtls_ListsControlsAddedAfterOpen) {
     EXPECT_EQ(mixer_add_new_ctls(mixer_.get()), 0);
     EXPECT_EQ(mixer_ctl_get_value(Control("Late Switch"), 0), 0);
     EXPECT_EQ(mixer_ctl_get_value(volume, 1), 60);
+}
+
+// Under the system's ALSA configuration, alsa-lib prints lines of its own ("ALSA lib ...") for a
+// card that does not exist; tinyalsa prints nothing.
+TEST(HostTinyalsaQuietTest, MissingCard_NothingOnStandardError) {
+    testing::internal::CaptureStderr();
+    errno = 0;
+    EXPECT_EQ(mixer_open(31), nullptr);
+    const int error = errno;
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+    EXPECT_NE(error, 0);
 }
 
 }  // namespace

@@ -11,7 +11,7 @@
  * Return conventions: -EINVAL (-22) for a refused argument (null pointer, count 0 or above the
  * control's value count, an id out of range, a control of the wrong type), -1 with errno set for a
  * failed call into the sound driver, 0 for success; pointers are NULL on failure. Every string
- * returned lives until mixer_close.
+ * returned lives until mixer_close. Nothing is printed.
  */
 #ifndef TINYALSA_MIXER_H
 #define TINYALSA_MIXER_H
@@ -49,14 +49,20 @@ const char* mixer_get_name(const struct mixer* mixer);
 /* The first control with that name, whatever its index; NULL if none. */
 struct mixer_ctl* mixer_get_ctl_by_name(struct mixer* mixer, const char* name);
 
-/* Reads the first count values: longs for boolean and integer controls, bytes for byte controls.
- * Enumerated and 64-bit integer controls are refused. */
+/* The control's type; MIXER_CTL_TYPE_UNKNOWN for NULL. */
+enum mixer_ctl_type mixer_ctl_get_type(const struct mixer_ctl* ctl);
+
+/* Reads the first count values: longs for boolean and integer controls, bytes for byte controls,
+ * one 176-byte block (the kernel's struct snd_aes_iec958) per value for IEC958 controls; array
+ * must hold that many. Enumerated and 64-bit integer controls are refused. */
 int mixer_ctl_get_array(const struct mixer_ctl* ctl, void* array, size_t count);
 /* One value: a boolean as 0 or 1, an integer truncated to int, the selected item of an enumerated
  * control, a byte as 0..255. */
 int mixer_ctl_get_value(const struct mixer_ctl* ctl, unsigned int id);
 unsigned int mixer_ctl_get_num_values(const struct mixer_ctl* ctl);
-/* The number of items of an enumerated control; 0 for any other control. */
+/* The number of items of an enumerated control. For a control of another type, whatever shares
+ * that place in the control's information: the low 32 bits of an integer control's minimum
+ * (4294967286 for a minimum of -10), 0 for the others. */
 unsigned int mixer_ctl_get_num_enums(const struct mixer_ctl* ctl);
 /* The text of an item of an enumerated control; NULL out of range or for another type. */
 const char* mixer_ctl_get_enum_string(struct mixer_ctl* ctl, unsigned int enum_id);
