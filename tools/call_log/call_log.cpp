@@ -140,6 +140,7 @@ class Parser {
             i = ParseSection(i + 1, indentation, &section);
             log_.sections.push_back(std::move(section));
         }
+        AlignYears();
         return std::move(log_);
     }
 
@@ -247,6 +248,21 @@ class Parser {
             while (entry.start_us < previous - kLeapYearUs / 2) entry.start_us += kLeapYearUs;
         }
         section->entries.push_back(std::move(entry));
+    }
+
+    // Moves each section by whole years to lie within half a year of the first section, so that
+    // sections of one dump share a time line across New Year.
+    void AlignYears() {
+        std::optional<int64_t> reference;
+        for (CallLogSection& section : log_.sections) {
+            if (section.entries.empty()) continue;
+            const int64_t first = section.entries.front().start_us;
+            if (!reference.has_value()) reference = first;
+            int64_t shift = 0;
+            while (first + shift < *reference - kLeapYearUs / 2) shift += kLeapYearUs;
+            while (first + shift > *reference + kLeapYearUs / 2) shift -= kLeapYearUs;
+            for (CallEntry& entry : section.entries) entry.start_us += shift;
+        }
     }
 
     std::vector<std::string_view> lines_;

@@ -47,8 +47,9 @@ struct CallEntry {
     // Of the entry's first line, from 1.
     size_t line = 0;
     EntryTime start;
-    // Microseconds on the section's time line: EntryTime::Microseconds plus a year for each turn
-    // of the year since the section's first entry.
+    // Microseconds on the dump's time line: EntryTime::Microseconds plus a year for each New Year
+    // passed since the first section's first entry (entries are oldest first; a start more than
+    // half a year before the one above is in the next year).
     int64_t start_us = 0;
     // "IModule::setMasterMute": the class after its last "." and the function.
     std::string name;
