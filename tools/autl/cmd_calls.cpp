@@ -60,9 +60,10 @@ void PrintText(const CallLog& log) {
     uint64_t calls = 0;
     for (const CallLogSection& section : log.sections) {
         if (&section != &log.sections.front()) std::cout << "\n";
-        std::cout << SectionName(section) << " (line " << section.line << "): "
-                  << section.entries.size() << (section.entries.size() == 1 ? " entry, " : " entries, ")
-                  << section.bytes << " bytes charged" << Span(section) << "\n";
+        std::cout << SectionName(section) << " (line " << section.line
+                  << "): " << section.entries.size()
+                  << (section.entries.size() == 1 ? " entry, " : " entries, ") << section.bytes
+                  << " bytes charged" << Span(section) << "\n";
         const std::vector<CallStats> stats = calls::Summarize(section);
         size_t width = 4;
         for (const CallStats& call : stats) width = std::max(width, call.name.size());
@@ -75,9 +76,9 @@ void PrintText(const CallLog& log) {
             };
             std::cout << "  " << std::left << std::setw(static_cast<int>(width)) << call.name
                       << std::right << std::setw(8) << call.calls << std::setw(9)
-                      << time(call.min_us) << std::setw(9) << time(call.AverageUs())
-                      << std::setw(9) << time(call.max_us) << "  " << call.first.ToString()
-                      << "  " << call.last.ToString();
+                      << time(call.min_us) << std::setw(9) << time(call.AverageUs()) << std::setw(9)
+                      << time(call.max_us) << "  " << call.first.ToString() << "  "
+                      << call.last.ToString();
             if (!call.errors.empty()) std::cout << "  " << Errors(call);
             std::cout << "\n";
             calls += call.calls;
@@ -121,17 +122,20 @@ void PrintJsonSummary(const std::string& name, const CallLog& log) {
                  {"entries_read", section.entries.size()},
                  {"bytes", section.bytes},
                  {"complete", section.complete},
-                 {"first", section.entries.empty() ? ordered_json(nullptr)
-                                                   : ordered_json(section.entries.front().start.ToString())},
-                 {"last", section.entries.empty() ? ordered_json(nullptr)
-                                                  : ordered_json(section.entries.back().start.ToString())},
+                 {"first", section.entries.empty()
+                                   ? ordered_json(nullptr)
+                                   : ordered_json(section.entries.front().start.ToString())},
+                 {"last", section.entries.empty()
+                                  ? ordered_json(nullptr)
+                                  : ordered_json(section.entries.back().start.ToString())},
                  {"calls", std::move(stats)}});
     }
     ordered_json unparsed = ordered_json::array();
     for (const calls::UnparsedLine& line : log.unparsed) {
         unparsed.push_back({{"line", line.line}, {"text", line.text}});
     }
-    PrintJson({{"file", name}, {"sections", std::move(sections)}, {"unparsed", std::move(unparsed)}});
+    PrintJson(
+            {{"file", name}, {"sections", std::move(sections)}, {"unparsed", std::move(unparsed)}});
 }
 
 // Chrome's trace-event format: one track (a thread of process 1) per section, one complete event
@@ -142,7 +146,8 @@ ordered_json TraceJson(const std::string& name, const CallLog& log) {
         if (!section.entries.empty()) origin = std::min(origin, section.entries.front().start_us);
     }
     ordered_json events = ordered_json::array();
-    events.push_back({{"ph", "M"}, {"pid", 1}, {"name", "process_name"}, {"args", {{"name", name}}}});
+    events.push_back(
+            {{"ph", "M"}, {"pid", 1}, {"name", "process_name"}, {"args", {{"name", name}}}});
     int track = 0;
     for (const CallLogSection& section : log.sections) {
         ++track;
@@ -158,8 +163,8 @@ ordered_json TraceJson(const std::string& name, const CallLog& log) {
                           {"args", {{"sort_index", track}}}});
         for (size_t i = 0; i < section.entries.size(); ++i) {
             const CallEntry& entry = section.entries[i];
-            ordered_json args = {{"line", entry.line}, {"details", entry.details},
-                                 {"ecode", entry.ecode}};
+            ordered_json args = {
+                    {"line", entry.line}, {"details", entry.details}, {"ecode", entry.ecode}};
             int64_t duration = std::max(entry.max_us, 0);
             if (entry.executing) {
                 args["executing"] = true;
@@ -215,10 +220,11 @@ int WriteTrace(const capture::InputFile& file, const std::string& path, const Ca
 void ReportDamage(const std::string& name, const CallLog& log) {
     for (const CallLogSection& section : log.sections) {
         if (section.declared_entries != section.entries.size()) {
-            Warn(kCallsCommand, StringPrintf("%s:%zu: the heading counts %llu entries, %zu read",
-                                             name.c_str(), section.line,
-                                             static_cast<unsigned long long>(section.declared_entries),
-                                             section.entries.size()));
+            Warn(kCallsCommand,
+                 StringPrintf("%s:%zu: the heading counts %llu entries, %zu read", name.c_str(),
+                              section.line,
+                              static_cast<unsigned long long>(section.declared_entries),
+                              section.entries.size()));
         }
         if (!section.complete) {
             Warn(kCallsCommand, StringPrintf("%s:%zu: the section ends without its closing rule",
@@ -229,8 +235,8 @@ void ReportDamage(const std::string& name, const CallLog& log) {
         const calls::UnparsedLine& line = log.unparsed[i];
         std::string text = line.text.substr(0, kReportedText);
         if (text.size() < line.text.size()) text += "...";
-        Warn(kCallsCommand, StringPrintf("%s:%zu: not understood: %s", name.c_str(), line.line,
-                                         text.c_str()));
+        Warn(kCallsCommand,
+             StringPrintf("%s:%zu: not understood: %s", name.c_str(), line.line, text.c_str()));
     }
     if (log.unparsed.size() > kReportedLines) {
         Warn(kCallsCommand, StringPrintf("%s: %zu more lines not understood", name.c_str(),
@@ -245,8 +251,8 @@ int Run(int argc, char** argv) {
             ParseCommandLine(kCallsCommand, argc, argv, kOptions, &status);
     if (!parsed.has_value()) return status;
     if (parsed->operands.size() != 1) {
-        return UsageError(kCallsCommand, parsed->operands.empty() ? "missing FILE"
-                                                                  : "one FILE only");
+        return UsageError(kCallsCommand,
+                          parsed->operands.empty() ? "missing FILE" : "one FILE only");
     }
     std::string error;
     const std::optional<capture::InputFile> file =
@@ -257,7 +263,8 @@ int Run(int argc, char** argv) {
         return Failure(kCallsCommand, file->name() + ": no interaction logger section");
     }
     if (const auto trace = parsed->Value("trace")) {
-        if (const int written = WriteTrace(*file, std::string(*trace), log); written != kExitSuccess) {
+        if (const int written = WriteTrace(*file, std::string(*trace), log);
+            written != kExitSuccess) {
             return written;
         }
     }

@@ -28,17 +28,15 @@ int Wav(const capture::InputFile& file, const std::string& out_path, const WaveF
                                     file.name().c_str(), static_cast<unsigned long long>(size),
                                     static_cast<unsigned long long>(capture::kMaxWaveDataSize)));
     }
-    const capture::WaveHeader header =
-            *capture::MakePcmWaveHeader(*format.pcm_type, *format.channels, *format.sample_rate,
-                                        static_cast<uint32_t>(size));
+    const capture::WaveHeader header = *capture::MakePcmWaveHeader(
+            *format.pcm_type, *format.channels, *format.sample_rate, static_cast<uint32_t>(size));
     const int status = WriteWaveFile(kRawCommand, file, out_path, [&](const auto& write) {
         return write(capture::EncodeWaveHeader(header)) && write(file.bytes());
     });
     if (status != kExitSuccess) return status;
     if (const uint64_t partial = size % header.block_align; partial != 0) {
         Warn(kRawCommand, StringPrintf("%s: the last %llu bytes make no whole frame of %u bytes",
-                                       file.name().c_str(),
-                                       static_cast<unsigned long long>(partial),
+                                       file.name().c_str(), static_cast<unsigned long long>(partial),
                                        header.block_align));
     }
     std::cout << out_path << ": " << size << " data bytes, "

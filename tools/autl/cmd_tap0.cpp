@@ -40,8 +40,8 @@ struct Run {
 void PrintRow(std::string_view first_columns, const Run& run) {
     std::cout << std::left << first_columns << std::setw(9) << run.length << std::setw(10)
               << run.format.channels << std::setw(8) << run.format.sample_rate << std::setw(14)
-              << capture::SampleFormatName(run.format)
-              << StringPrintf("0x%08x", run.format.word) << "\n";
+              << capture::SampleFormatName(run.format) << StringPrintf("0x%08x", run.format.word)
+              << "\n";
 }
 
 ordered_json RowJson(const Run& run, bool summary) {
@@ -61,7 +61,8 @@ class InfoPrinter {
         if (json_) {
             rows_ = ordered_json::array();
         } else {
-            std::cout << (summary_ ? "first       frames   length   channels  rate    format        word\n"
+            std::cout << (summary_ ? "first       frames   length   channels  rate    format       "
+                                     " word\n"
                                    : "offset      length   channels  rate    format        word\n");
         }
     }
@@ -90,8 +91,8 @@ class InfoPrinter {
         for (const Tap0Error& error : damage) skipped += error.skipped;
         const uint64_t frame_size = uint64_t(capture::SampleSize(format_)) * format_.channels;
         const bool timed = format_changes_ == 0 && frames_ > 0 && frame_size > 0;
-        const double seconds = timed ? static_cast<double>(bytes_) / static_cast<double>(frame_size) /
-                                               format_.sample_rate
+        const double seconds = timed ? static_cast<double>(bytes_) /
+                                               static_cast<double>(frame_size) / format_.sample_rate
                                      : 0;
         if (json_) {
             ordered_json damage_json = ordered_json::array();
@@ -174,19 +175,20 @@ int Wav(const InputFile& file, const std::string& out_path, const WaveFormat& fo
         return capture::WriteTap0Wave(file.bytes(), *plan, write);
     });
     if (status != kExitSuccess) return status;
-    for (const Tap0Error& damage : plan->skipped) Warn(kTap0Command, file.name() + ": " + damage.message);
+    for (const Tap0Error& damage : plan->skipped)
+        Warn(kTap0Command, file.name() + ": " + damage.message);
     if (plan->truncation.has_value()) {
-        Warn(kTap0Command, file.name() + ": " + plan->truncation->message + "; the frame is left out");
+        Warn(kTap0Command,
+             file.name() + ": " + plan->truncation->message + "; the frame is left out");
     }
     std::string description = capture::DescribeTap0Format(plan->format);
     if (format.channels || format.sample_rate || format.pcm_type) {
         const auto& header = plan->header;
-        description = StringPrintf("0x%08x taken as %u channel%s, %u Hz, %s", plan->format.word,
-                                   header.channels, header.channels == 1 ? "" : "s",
-                                   header.sample_rate,
-                                   toString(format.pcm_type.has_value() ? *format.pcm_type
-                                                                        : *plan->format.pcm_type)
-                                           .c_str());
+        description = StringPrintf(
+                "0x%08x taken as %u channel%s, %u Hz, %s", plan->format.word, header.channels,
+                header.channels == 1 ? "" : "s", header.sample_rate,
+                toString(format.pcm_type.has_value() ? *format.pcm_type : *plan->format.pcm_type)
+                        .c_str());
     }
     std::cout << out_path << ": " << plan->frames << (plan->frames == 1 ? " frame, " : " frames, ")
               << plan->data_size << " data bytes, " << description << "\n";
@@ -194,8 +196,8 @@ int Wav(const InputFile& file, const std::string& out_path, const WaveFormat& fo
 }
 
 int Run(int argc, char** argv) {
-    static constexpr Option kOptions[] = {{"json", false}, {"summary", false}, kWaveOptions[0],
-                                          kWaveOptions[1], kWaveOptions[2]};
+    static constexpr Option kOptions[] = {
+            {"json", false}, {"summary", false}, kWaveOptions[0], kWaveOptions[1], kWaveOptions[2]};
     int status = kExitSuccess;
     const std::optional<ParsedArguments> parsed =
             ParseCommandLine(kTap0Command, argc, argv, kOptions, &status);

@@ -136,7 +136,7 @@ const Command kWavCommand = {
         "  --json  the fields, the file size, the data on disk and the inconsistencies as one\n"
         "          JSON object\n"
         "\n"
-        "FILE - reads standard input.\n"
+        "A FILE of - reads standard input.\n"
         "Exit status: 0 a consistent header, 1 the file cannot be read, is shorter than a header\n"
         "or its header is inconsistent, 2 usage error.\n",
         Run,

@@ -80,12 +80,11 @@ class StandardOutputBuffer : public std::streambuf {
 
 // Everything written to standard output must have reached it: a full disk or a closed pipe
 // reader turns success into failure.
-int FlushStandardOutput(const StandardOutputBuffer& output, std::string_view command,
-                        int status) {
+int FlushStandardOutput(const StandardOutputBuffer& output, std::string_view command, int status) {
     std::cout.flush();
     if (output.error() == 0) return status;
-    std::cerr << "autl " << command << ": cannot write standard output: "
-              << strerror(output.error()) << "\n";
+    std::cerr << "autl " << command
+              << ": cannot write standard output: " << strerror(output.error()) << "\n";
     return status == kExitSuccess ? kExitFailure : status;
 }
 
@@ -115,8 +114,8 @@ int Run(const StandardOutputBuffer& output, int argc, char** argv) {
     const int first = argc - static_cast<int>(parsed.operands.size());
     const std::string_view name = parsed.operands[0];
     if (name == "help") {
-        return FlushStandardOutput(
-                output, name, Help(Args(parsed.operands.begin() + 1, parsed.operands.end())));
+        return FlushStandardOutput(output, name,
+                                   Help(Args(parsed.operands.begin() + 1, parsed.operands.end())));
     }
     const Command* command = FindCommand(name);
     if (command == nullptr) {

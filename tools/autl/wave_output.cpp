@@ -12,9 +12,9 @@ using aidl::android::media::audio::common::PcmType;
 
 // Every PcmType, by the name toString gives it; UINT_8_BIT is DEFAULT's other name.
 constexpr std::pair<const char*, PcmType> kPcmTypes[] = {
-        {"DEFAULT", PcmType::DEFAULT},        {"UINT_8_BIT", PcmType::UINT_8_BIT},
-        {"INT_16_BIT", PcmType::INT_16_BIT},  {"INT_24_BIT", PcmType::INT_24_BIT},
-        {"INT_32_BIT", PcmType::INT_32_BIT},  {"FIXED_Q_8_24", PcmType::FIXED_Q_8_24},
+        {"DEFAULT", PcmType::DEFAULT},           {"UINT_8_BIT", PcmType::UINT_8_BIT},
+        {"INT_16_BIT", PcmType::INT_16_BIT},     {"INT_24_BIT", PcmType::INT_24_BIT},
+        {"INT_32_BIT", PcmType::INT_32_BIT},     {"FIXED_Q_8_24", PcmType::FIXED_Q_8_24},
         {"FLOAT_32_BIT", PcmType::FLOAT_32_BIT},
 };
 
@@ -53,10 +53,9 @@ std::optional<WaveFormat> ParseWaveFormat(const ParsedArguments& parsed, std::st
     return format;
 }
 
-int WriteWaveFile(const Command& command, const capture::InputFile& input,
-                  const std::string& out_path,
-                  const std::function<bool(const std::function<bool(std::span<const uint8_t>)>&)>&
-                          write) {
+int WriteWaveFile(
+        const Command& command, const capture::InputFile& input, const std::string& out_path,
+        const std::function<bool(const std::function<bool(std::span<const uint8_t>)>&)>& write) {
     std::string error;
     std::optional<OutputFile> out = OutputFile::Create(out_path, &input, &error);
     if (!out.has_value()) return Failure(command, error);

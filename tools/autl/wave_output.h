@@ -35,9 +35,8 @@ std::optional<WaveFormat> ParseWaveFormat(const ParsedArguments& parsed, std::st
 // Creates out_path (which must not be the input) and calls write, which writes the whole file
 // through the function it is given; a failure removes the file and is reported for `command`.
 // Returns kExitSuccess or kExitFailure.
-int WriteWaveFile(const Command& command, const capture::InputFile& input,
-                  const std::string& out_path,
-                  const std::function<bool(const std::function<bool(std::span<const uint8_t>)>&)>&
-                          write);
+int WriteWaveFile(
+        const Command& command, const capture::InputFile& input, const std::string& out_path,
+        const std::function<bool(const std::function<bool(std::span<const uint8_t>)>&)>& write);
 
 }  // namespace autl

@@ -14,8 +14,12 @@ using android::base::StringPrintf;
 constexpr std::string_view kHeading = "Interaction logger(";
 // The detailed layout's six header lines, its opening rule's prefix and its rules' widths.
 constexpr std::string_view kStateHeader[] = {
-        "   -- SCO Enabled", "  /  -- A2DP Suspended", " |  /  -- LE Suspended",
-        " | |  /  -- Audio Mode", " | | |  /", " | | | |",
+        "   -- SCO Enabled",
+        "  /  -- A2DP Suspended",
+        " |  /  -- LE Suspended",
+        " | |  /  -- Audio Mode",
+        " | | |  /",
+        " | | | |",
 };
 constexpr std::string_view kEmptyState = "| | | | | ";
 constexpr size_t kRuleWidth = 142;
@@ -127,8 +131,7 @@ class Parser {
             const std::string_view line = lines_[i];
             const size_t indentation = Indentation(line);
             CallLogSection section;
-            if (!ParseHeading(line.substr(indentation), &section.declared_entries,
-                              &section.bytes)) {
+            if (!ParseHeading(line.substr(indentation), &section.declared_entries, &section.bytes)) {
                 ++i;
                 continue;
             }
@@ -337,8 +340,10 @@ std::vector<CallStats> Summarize(const CallLogSection& section) {
         call.last = entry.start;
         if (entry.ecode != 0) call.errors[entry.ecode] += static_cast<uint64_t>(entry.count);
         if (entry.executing) continue;
-        call.min_us = call.timed_calls == 0 ? entry.min_us : std::min<int64_t>(call.min_us, entry.min_us);
-        call.max_us = call.timed_calls == 0 ? entry.max_us : std::max<int64_t>(call.max_us, entry.max_us);
+        call.min_us =
+                call.timed_calls == 0 ? entry.min_us : std::min<int64_t>(call.min_us, entry.min_us);
+        call.max_us =
+                call.timed_calls == 0 ? entry.max_us : std::max<int64_t>(call.max_us, entry.max_us);
         call.timed_calls += static_cast<uint64_t>(entry.count);
         call.total_us += int64_t{entry.avg_us} * entry.count;
     }

@@ -26,8 +26,8 @@ std::optional<InputFile> InputFile::Open(const std::string& path, std::string* e
         input.identity_.emplace(status.st_dev, status.st_ino);
         // An empty file has nothing to map.
         if (status.st_size == 0) return input;
-        input.mapping_ = android::base::MappedFile::FromFd(fd, 0, static_cast<size_t>(status.st_size),
-                                                           PROT_READ);
+        input.mapping_ = android::base::MappedFile::FromFd(
+                fd, 0, static_cast<size_t>(status.st_size), PROT_READ);
         if (input.mapping_ == nullptr) {
             *error = "cannot read " + input.name_ + ": " + strerror(errno);
             return std::nullopt;

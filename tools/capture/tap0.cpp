@@ -80,19 +80,19 @@ int SampleSize(const Tap0Format& format) {
 void Tap0Reader::Damage(Tap0Damage damage, std::string what, uint64_t resume) {
     if (skip_damage_ && resume == 0) resume = FindFrameHeader(offset_, capture_.size());
     if (!skip_damage_) resume = 0;
-    Tap0Error error{damage, index_, offset_, resume == 0 ? 0 : resume - offset_,
-                    StringPrintf("frame %llu at offset %llu: ",
-                                 static_cast<unsigned long long>(index_),
-                                 static_cast<unsigned long long>(offset_)) +
-                            what};
+    Tap0Error error{
+            damage, index_, offset_, resume == 0 ? 0 : resume - offset_,
+            StringPrintf("frame %llu at offset %llu: ", static_cast<unsigned long long>(index_),
+                         static_cast<unsigned long long>(offset_)) +
+                    what};
     if (resume == 0) {
         // Nothing after damage is read when no frame header follows it.
         error_ = std::move(error);
         offset_ = capture_.size();
         return;
     }
-    error.message += StringPrintf("; %llu bytes skipped",
-                                  static_cast<unsigned long long>(error.skipped));
+    error.message +=
+            StringPrintf("; %llu bytes skipped", static_cast<unsigned long long>(error.skipped));
     skipped_.push_back(std::move(error));
     offset_ = resume;
     ++index_;
@@ -119,8 +119,7 @@ std::optional<Tap0Frame> Tap0Reader::Next() {
         // A marker cut short is checked as far as it goes: wrong bytes are damage of their own.
         const size_t marker_size = static_cast<size_t>(std::min<uint64_t>(left, sizeof(kMarker)));
         if (!std::equal(at, at + marker_size, kMarker)) {
-            Damage(Tap0Damage::kBadMarker,
-                   "bad marker '" + Text(at, marker_size) + "', not 'tap0'");
+            Damage(Tap0Damage::kBadMarker, "bad marker '" + Text(at, marker_size) + "', not 'tap0'");
             continue;
         }
         if (left < kTap0HeaderSize) {
@@ -147,21 +146,20 @@ std::optional<Tap0Frame> Tap0Reader::Next() {
             continue;
         }
         if (length == 0 || length > kTap0MaxPayloadSize) {
-            Damage(Tap0Damage::kBadLength, StringPrintf("payload length %d outside 1 to %d",
-                                                        length, kTap0MaxPayloadSize));
+            Damage(Tap0Damage::kBadLength,
+                   StringPrintf("payload length %d outside 1 to %d", length, kTap0MaxPayloadSize));
             continue;
         }
         const uint64_t end = offset_ + kTap0HeaderSize + static_cast<uint64_t>(length);
         // Whole: the capture ends after the payload, or a marker (as far as the capture goes)
         // follows it. Otherwise a frame header inside the payload shows where the next frame
         // really starts.
-        const bool whole =
-                end == capture_.size() ||
-                (end < capture_.size() &&
-                 std::equal(capture_.data() + end,
-                            capture_.data() + std::min<uint64_t>(end + sizeof(kMarker),
-                                                                 capture_.size()),
-                            kMarker));
+        const bool whole = end == capture_.size() ||
+                           (end < capture_.size() &&
+                            std::equal(capture_.data() + end,
+                                       capture_.data() + std::min<uint64_t>(end + sizeof(kMarker),
+                                                                            capture_.size()),
+                                       kMarker));
         if (!whole) {
             if (const uint64_t next = FindFrameHeader(offset_ + kTap0HeaderSize - 1, end)) {
                 Damage(Tap0Damage::kTornFrame,
@@ -175,8 +173,7 @@ std::optional<Tap0Frame> Tap0Reader::Next() {
         if (end > capture_.size()) {
             Damage(Tap0Damage::kTruncatedPayload,
                    StringPrintf("truncated payload: %llu of %d bytes",
-                                static_cast<unsigned long long>(left - kTap0HeaderSize),
-                                length));
+                                static_cast<unsigned long long>(left - kTap0HeaderSize), length));
             continue;
         }
         Tap0Frame frame{index_, offset_, format,
@@ -226,8 +223,7 @@ std::optional<Tap0WavePlan> PlanTap0Wave(std::span<const uint8_t> capture, std::
         *error = "the format is no PCM: " + DescribeTap0Format(plan.format);
         return std::nullopt;
     }
-    const uint16_t channels =
-            options.channels.value_or(static_cast<uint16_t>(plan.format.channels));
+    const uint16_t channels = options.channels.value_or(static_cast<uint16_t>(plan.format.channels));
     if (channels == 0) {
         *error = "the format word counts 0 channels (8 channels are stored as 0): " +
                  DescribeTap0Format(plan.format);
@@ -240,10 +236,9 @@ std::optional<Tap0WavePlan> PlanTap0Wave(std::span<const uint8_t> capture, std::
         return std::nullopt;
     }
     plan.data_size = static_cast<uint32_t>(data_size);
-    const std::optional<WaveHeader> header =
-            MakePcmWaveHeader(*pcm_type, channels,
-                              options.sample_rate.value_or(plan.format.sample_rate),
-                              plan.data_size);
+    const std::optional<WaveHeader> header = MakePcmWaveHeader(
+            *pcm_type, channels, options.sample_rate.value_or(plan.format.sample_rate),
+            plan.data_size);
     if (!header.has_value()) {
         *error = "the sample format is no PCM type";
         return std::nullopt;
@@ -256,8 +251,7 @@ bool WriteTap0Wave(std::span<const uint8_t> capture, const Tap0WavePlan& plan,
                    const std::function<bool(std::span<const uint8_t>)>& write) {
     const std::array<uint8_t, kWaveHeaderSize> header = EncodeWaveHeader(plan.header);
     if (!write(header)) return false;
-    Tap0Reader reader(capture.first(std::min<uint64_t>(plan.end, capture.size())),
-                      plan.skip_damage);
+    Tap0Reader reader(capture.first(std::min<uint64_t>(plan.end, capture.size())), plan.skip_damage);
     while (const std::optional<Tap0Frame> frame = reader.Next()) {
         if (!write(frame->payload)) return false;
     }

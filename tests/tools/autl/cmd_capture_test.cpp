@@ -97,22 +97,22 @@ TEST_F(CaptureCommandTest, Commands_OnRecordedFiles) {
     const std::string wave =
             Record(WaveRecorder(dir_.path(), "wav24", 1, 44100, PcmType::INT_24_BIT), chunks);
     const std::string capture = Capture(chunks, 1, 44100, PcmType::INT_24_BIT);
-    const std::string raw =
-            Record(RawRecorder(dir_.path(), "raw"), {chunks[0], chunks[1]});
+    const std::string raw = Record(RawRecorder(dir_.path(), "raw"), {chunks[0], chunks[1]});
     const std::string cut = dir_.Join("cut.audio_enc");
     std::ofstream(cut) << ReadFile(capture) << ReadFile(capture).substr(0, 30);
     // The disk filled 100 bytes into the second frame, the third one was written later.
     const std::string torn = dir_.Join("torn.audio_enc");
-    const std::string frames = ReadFile(Capture({chunks[0], std::string(1920, 'x'), chunks[1]}, 1,
-                                                44100, PcmType::INT_24_BIT));
+    const std::string frames = ReadFile(
+            Capture({chunks[0], std::string(1920, 'x'), chunks[1]}, 1, 44100, PcmType::INT_24_BIT));
     std::ofstream(torn) << frames.substr(0, 1940 + 120) << frames.substr(2 * 1940);
     const std::string out = dir_.Join("out.wav");
     const std::string cut_out = dir_.Join("cut.wav");
     const std::string torn_out = dir_.Join("torn.wav");
     const std::string raw_out = dir_.Join("raw.wav");
-    const std::string torn_damage = "autl tap0: " + torn +
-                                    ": frame 1 at offset 1940: torn frame: a frame header at offset "
-                                    "2060 inside its payload of 1920 bytes; 120 bytes skipped\n";
+    const std::string torn_damage =
+            "autl tap0: " + torn +
+            ": frame 1 at offset 1940: torn frame: a frame header at offset "
+            "2060 inside its payload of 1920 bytes; 120 bytes skipped\n";
     const std::string converted =
             ": 2 frames, 1926 data bytes, 0x01543007: 1 channel, 44100 Hz, INT_24_BIT\n";
     const struct {

@@ -50,7 +50,8 @@ TEST(DemoCommandTest, Session_DumpsEveryComponentAndRecords) {
                                HasSubstr("\nCaptures of stream out 0:\n")));
     // Quiet: the library's WARNING lines and the progress, not its INFO lines.
     EXPECT_THAT(run.err, AllOf(HasSubstr("autl demo: 1/1 s, "),
-                               HasSubstr("GetFilePath: " + root + "/vendor/etc/ulq/vexa4_tuning.bin "
+                               HasSubstr("GetFilePath: " + root +
+                                         "/vendor/etc/ulq/vexa4_tuning.bin "
                                          "not exist"),
                                Not(HasSubstr("Start: recorder started"))));
 
@@ -58,7 +59,8 @@ TEST(DemoCommandTest, Session_DumpsEveryComponentAndRecords) {
     // the entry's line in the dump does.
     const std::string dump = dir.Join("dump.txt");
     std::ofstream(dump) << run.out;
-    const ProgramRun calls = RunProgram({AUTL_TOOL, "calls", "--trace", dir.Join("trace.json"), dump});
+    const ProgramRun calls =
+            RunProgram({AUTL_TOOL, "calls", "--trace", dir.Join("trace.json"), dump});
     ASSERT_EQ(calls.status, 0) << calls.err;
     EXPECT_EQ(calls.err, "");
     std::vector<std::string> lines;
@@ -101,8 +103,8 @@ TEST(DemoCommandTest, Session_DumpsEveryComponentAndRecords) {
 
 TEST(DemoCommandTest, Filters_SelectSectionsLikeTheDumpRequest) {
     test::TempDir dir;
-    const ProgramRun resources = RunProgram(
-            {AUTL_TOOL, "-v", "demo", "--seconds=1", "--out", dir.path(), "AUtl::Res"});
+    const ProgramRun resources =
+            RunProgram({AUTL_TOOL, "-v", "demo", "--seconds=1", "--out", dir.path(), "AUtl::Res"});
     ASSERT_EQ(resources.status, 0) << resources.err;
     EXPECT_THAT(resources.out,
                 AllOf(HasSubstr("Resources:\n"), HasSubstr("Captures of stream out 0:"),

@@ -6,8 +6,8 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <nlohmann/json.hpp>
 #include <tinyalsa/asoundlib.h>
+#include <nlohmann/json.hpp>
 
 #include "fake_alsa_card.h"
 #include "run_program.h"
