@@ -29,6 +29,9 @@ constexpr std::string_view kContinuation = "    ";
 
 constexpr int64_t kMicrosecondsPerDay = int64_t{86400} * 1000 * 1000;
 constexpr int64_t kLeapYearUs = 366 * kMicrosecondsPerDay;
+// A time line of more years than this comes from damage, not from a device's uptime; capping it
+// keeps every time far from overflowing.
+constexpr int64_t kMaxTimelineUs = 10000 * kLeapYearUs;
 constexpr int kDaysBeforeMonth[] = {0, 31, 60, 91, 121, 152, 182, 213, 244, 274, 305, 335};
 
 bool IsRule(std::string_view text, size_t width) {
@@ -248,7 +251,9 @@ class Parser {
         entry.start_us = entry.start.Microseconds();
         if (!section->entries.empty()) {
             const int64_t previous = section->entries.back().start_us;
-            while (entry.start_us < previous - kLeapYearUs / 2) entry.start_us += kLeapYearUs;
+            while (entry.start_us < previous - kLeapYearUs / 2 && entry.start_us < kMaxTimelineUs) {
+                entry.start_us += kLeapYearUs;
+            }
         }
         section->entries.push_back(std::move(entry));
     }
@@ -345,7 +350,11 @@ std::vector<CallStats> Summarize(const CallLogSection& section) {
         call.max_us =
                 call.timed_calls == 0 ? entry.max_us : std::max<int64_t>(call.max_us, entry.max_us);
         call.timed_calls += static_cast<uint64_t>(entry.count);
-        call.total_us += int64_t{entry.avg_us} * entry.count;
+        // Saturates rather than overflows on counts and times that only damage makes so large.
+        if (__builtin_add_overflow(call.total_us, int64_t{entry.avg_us} * entry.count,
+                                   &call.total_us)) {
+            call.total_us = entry.avg_us < 0 ? INT64_MIN : INT64_MAX;
+        }
     }
     return calls;
 }

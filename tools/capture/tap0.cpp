@@ -251,21 +251,26 @@ bool WriteTap0Wave(std::span<const uint8_t> capture, const Tap0WavePlan& plan,
                    const std::function<bool(std::span<const uint8_t>)>& write) {
     const std::array<uint8_t, kWaveHeaderSize> header = EncodeWaveHeader(plan.header);
     if (!write(header)) return false;
-    Tap0Reader reader(capture.first(std::min<uint64_t>(plan.end, capture.size())), plan.skip_damage);
-    while (const std::optional<Tap0Frame> frame = reader.Next()) {
-        if (!write(frame->payload)) return false;
+    // The same reading as the plan's, over the same bytes, finds the same frames.
+    Tap0Reader reader(capture, plan.skip_damage);
+    uint64_t written = 0;
+    for (uint64_t i = 0; i < plan.frames; ++i) {
+        const std::optional<Tap0Frame> frame = reader.Next();
+        if (!frame.has_value() || !write(frame->payload)) return false;
+        written += frame->payload.size();
     }
-    return true;
+    // A capture changed since planning would leave a header that miscounts the data.
+    return written == plan.data_size;
 }
 
 bool WriteTap0Wave(std::span<const uint8_t> capture, const Tap0WavePlan& plan, std::ostream& out) {
-    WriteTap0Wave(capture, plan, [&out](std::span<const uint8_t> bytes) {
+    const bool written = WriteTap0Wave(capture, plan, [&out](std::span<const uint8_t> bytes) {
         out.write(reinterpret_cast<const char*>(bytes.data()),
                   static_cast<std::streamsize>(bytes.size()));
         return out.good();
     });
     out.flush();
-    return out.good();
+    return written && out.good();
 }
 
 }  // namespace autl::capture

@@ -154,7 +154,7 @@ struct Tap0WavePlan {
     bool skip_damage = false;
     uint64_t frames = 0;
     uint32_t data_size = 0;
-    // The bytes of the capture that the frames take, up to the end of the last one.
+    // Where the last frame ends.
     uint64_t end = 0;
     // A truncated last frame, which is left out.
     std::optional<Tap0Error> truncation;
@@ -168,8 +168,8 @@ struct Tap0WavePlan {
 // say otherwise), or more data than a WAV file counts.
 std::optional<Tap0WavePlan> PlanTap0Wave(std::span<const uint8_t> capture, std::string* error,
                                          const Tap0WaveOptions& options = {});
-// Writes the plan's header and the payloads of its frames through `write`, which returns false
-// when it fails; false then.
+// Writes the plan's header and the payloads of its frames (read again from capture, which must be
+// the bytes planned) through `write`, which returns false when it fails; false then.
 bool WriteTap0Wave(std::span<const uint8_t> capture, const Tap0WavePlan& plan,
                    const std::function<bool(std::span<const uint8_t>)>& write);
 // As above, into out. False when out fails.

@@ -44,7 +44,8 @@ TEST(AutlTest, HelpAndUsageErrors) {
     }
     EXPECT_EQ(Autl({"--help"}).out, run.out);
     EXPECT_EQ(Autl({"-v", "-h"}).out, run.out);
-    EXPECT_EQ(Autl({"--version"}).out, "autl 1.0.0 (vendor.zentro.tevrash.audio.hal.utils)\n");
+    EXPECT_EQ(Autl({"--version"}).out,
+              "autl " AUTL_VERSION " (vendor.zentro.tevrash.audio.hal.utils)\n");
     const ProgramRun demo = Autl({"help", "demo"});
     EXPECT_EQ(demo.status, 0);
     EXPECT_THAT(demo.out, StartsWith("usage: autl demo [--seconds N] [--out DIR] [--root DIR] "
