@@ -34,11 +34,14 @@ TEST(CallsCommandTest, SavedDumps_ReadBackIntoCalls) {
     const std::string trace = dir.Join("trace.json");
     const auto damage = [](const std::string& name) {
         const std::string prefix = "autl calls: " + name + ":";
-        return prefix + "6: the heading counts 5 entries, 4 read\n" + prefix +
-               "22: the heading counts 3 entries, 2 read\n" + prefix +
-               "22: the section ends without its closing rule\n" + prefix +
+        return prefix + "6: the heading counts 6 entries, 4 read\n" + prefix +
+               "23: the heading counts 3 entries, 2 read\n" + prefix +
+               "23: the section ends without its closing rule\n" + prefix +
                "17: not understood: garbled by a torn write\n" + prefix +
-               "26: not understood: 01-01 00:00:00.305 StreamDescriptor::Command: args(1): "
+               "18: not understood: 01-01 00:00:00.045 IModule::getMasterMute: args(0), ret: "
+               "false, ecode: none, tim...\n" +
+               prefix +
+               "27: not understood: 01-01 00:00:00.305 StreamDescriptor::Command: args(1): "
                "[command: Command{dr\n";
     };
     const struct {
