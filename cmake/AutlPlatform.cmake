@@ -17,3 +17,6 @@ add_library(autl::android_base ALIAS autl_android_base)
 target_include_directories(autl_android_base SYSTEM INTERFACE ${AUTL_ANDROID_BASE_INCLUDE_DIR})
 target_link_libraries(autl_android_base INTERFACE
     ${AUTL_ANDROID_BASE_LIBRARY} ${AUTL_ANDROID_LOG_LIBRARY} fmt::fmt)
+
+# nlohmann-json (nlohmann-json3-dev) writes autl's JSON output; its tests read it back.
+find_package(nlohmann_json 3 REQUIRED)

@@ -78,13 +78,15 @@ void Progress(int64_t elapsed, int64_t seconds, const demo::DemoStreamOut& strea
               << " stream commands, " << module.calls() << " module calls" << std::endl;
 }
 
-int Run(const Args& args) {
-    static constexpr std::string_view kWithValue[] = {"--seconds", "--out", "--root"};
-    const ParsedArgs parsed = ParseArgs(args, kWithValue);
-    if (!parsed.error.empty()) return UsageError(kDemoCommand, parsed.error);
+int Run(int argc, char** argv) {
+    static constexpr Option kOptions[] = {{"seconds", true}, {"out", true}, {"root", true}};
+    int status = kExitSuccess;
+    const std::optional<ParsedArguments> parsed =
+            ParseCommandLine(kDemoCommand, argc, argv, kOptions, &status);
+    if (!parsed.has_value()) return status;
     int64_t seconds = kDefaultSeconds;
-    if (const auto text = parsed.Option("--seconds")) {
-        const std::optional<int64_t> value = ParseInteger(*text, 1, kMaxSeconds);
+    if (const auto text = parsed->Value("seconds")) {
+        const std::optional<int64_t> value = ParseNumber(*text, 1, kMaxSeconds);
         if (!value) {
             return UsageError(kDemoCommand, "invalid --seconds '" + std::string(*text) +
                                                     "': expected a whole number from 1 to 3600");
@@ -92,7 +94,7 @@ int Run(const Args& args) {
         seconds = *value;
     }
     std::optional<std::string> root;
-    if (const auto text = parsed.Option("--root")) {
+    if (const auto text = parsed->Value("root")) {
         std::error_code code;
         if (!std::filesystem::is_directory(std::string(*text), code)) {
             return Failure(kDemoCommand, "--root '" + std::string(*text) + "' is not a folder");
@@ -101,8 +103,8 @@ int Run(const Args& args) {
     }
     std::string error;
     const std::optional<std::string> folder =
-            parsed.Option("--out") ? MakeFolder(std::string(*parsed.Option("--out")), &error)
-                                   : MakeSessionFolder(&error);
+            parsed->Has("out") ? MakeFolder(std::string(*parsed->Value("out")), &error)
+                               : MakeSessionFolder(&error);
     if (!folder) return Failure(kDemoCommand, error);
 
     // The session: a wake lock for its length (on a host without the kernel's wake lock files
@@ -128,7 +130,7 @@ int Run(const Args& args) {
 
     // The dump, as the HAL writes it for `dumpsys <service> FILTER...`.
     std::vector<const char*> filters;
-    for (std::string_view filter : parsed.positional) filters.push_back(filter.data());
+    for (std::string_view filter : parsed->operands) filters.push_back(filter.data());
     std::cout.flush();
     const DumpsysInfo info(STDOUT_FILENO, filters.data(), static_cast<uint32_t>(filters.size()));
     DumpsysInfo nested(info);
@@ -152,12 +154,14 @@ const Command kDemoCommand = {
         "usage: autl demo [--seconds N] [--out DIR] [--root DIR] [FILTER...]\n"
         "\n"
         "Plays a HAL session with the library: an output stream's worker takes a command every\n"
-        "5 ms (start, bursts, pause, drain, standby, now and then a failed transfer), logs it "
-        "with\n"
-        "its reply and records the tone it plays as WAV and tap0 captures; module calls (mute,\n"
+        "5 ms (start, bursts, pause, drain, standby, now and then a failed transfer), logs it\n"
+        "with its reply and records the tone it plays as WAV and tap0 captures; module calls "
+        "(mute,\n"
         "audio mode, SCO, output streams, patches) arrive on two threads and are logged into one\n"
         "logger; configuration files are looked up; a wake lock is held. Then it writes the HAL's\n"
-        "dump to standard output and says where the captures are.\n"
+        "dump to standard output and says where the captures are; `autl calls` reads that dump\n"
+        "back. A progress line per second and the library's WARNING lines (INFO too with -v) go\n"
+        "to standard error.\n"
         "\n"
         "  --seconds N  how long the session plays, 1 to 3600 (default 3)\n"
         "  --out DIR    the folder for the captures, created if missing (default: a new\n"

@@ -2,7 +2,8 @@
 //
 // The values go through the library, as the HAL reads and writes them. The list of controls (names,
 // types and value counts) comes from alsa-lib: the mixer finds controls by name only and cannot
-// list them, and tinyalsa's calls that the library uses cannot either.
+// list them, and tinyalsa's calls that the library uses cannot either. alsa-lib also tells a
+// failed driver read, which tinyalsa hands back as the value -1, from a real -1.
 
 #include <alsa/asoundlib.h>
 #include <mixer/tinyalsa_mixer.h>
@@ -11,6 +12,7 @@
 #include <climits>
 #include <iomanip>
 #include <iostream>
+#include <nlohmann/json.hpp>
 #include <optional>
 #include <string>
 #include <vector>
@@ -27,8 +29,16 @@ using vendor::zentro::tevrash::audio::hal::utils::mixer::TinyalsaMixer;
 
 struct Control {
     std::string name;
+    unsigned int numid;
     snd_ctl_elem_type_t type;
     unsigned int count;
+};
+
+// A value as text, and its numbers (every byte, or the first integer); or why it cannot be read.
+struct Value {
+    std::optional<std::string> text;
+    std::string error;
+    std::vector<long> numbers;
 };
 
 const char* TypeName(snd_ctl_elem_type_t type) {
@@ -72,10 +82,23 @@ int ListControls(int card, std::vector<Control>* controls) {
         std::string name = snd_ctl_elem_info_get_name(info);
         const auto same_name = [&name](const Control& c) { return c.name == name; };
         if (std::any_of(controls->begin(), controls->end(), same_name)) continue;
-        controls->push_back({std::move(name), snd_ctl_elem_info_get_type(info),
-                             snd_ctl_elem_info_get_count(info)});
+        controls->push_back({std::move(name), snd_ctl_elem_info_get_numid(info),
+                             snd_ctl_elem_info_get_type(info), snd_ctl_elem_info_get_count(info)});
     }
     snd_ctl_elem_list_free_space(list);
+    snd_ctl_close(handle);
+    return result < 0 ? result : 0;
+}
+
+// 0 when the driver reads the control's value, else alsa-lib's negative error.
+int ReadInDriver(int card, const Control& control) {
+    snd_ctl_t* handle = nullptr;
+    int result = snd_ctl_open(&handle, ("hw:" + std::to_string(card)).c_str(), 0);
+    if (result < 0) return result;
+    snd_ctl_elem_value_t* value;
+    snd_ctl_elem_value_alloca(&value);
+    snd_ctl_elem_value_set_numid(value, control.numid);
+    result = snd_ctl_elem_read(handle, value);
     snd_ctl_close(handle);
     return result < 0 ? result : 0;
 }
@@ -91,31 +114,38 @@ std::string Join(const std::vector<std::string_view>& texts) {
 
 // The control's value as the mixer reads it: the selected item's text, every byte, or the first
 // integer. With `details`, the items of an enumerated control and the count of integers follow.
-std::optional<std::string> ReadValue(TinyalsaMixer& mixer, const Control& control, bool details) {
+Value ReadValue(TinyalsaMixer& mixer, int card, const Control& control, bool details) {
     if (control.type == SND_CTL_ELEM_TYPE_ENUMERATED) {
         const std::optional<std::string_view> item = mixer.GetEnum(control.name);
-        if (!item.has_value()) return std::nullopt;
+        if (!item.has_value()) return {};
         std::string text(*item);
         if (details) text += " [" + Join(mixer.GetEnums(control.name)) + "]";
-        return text;
+        return {text, "", {}};
     }
     if (control.type == SND_CTL_ELEM_TYPE_BYTES) {
         std::vector<char> bytes(control.count);
         if (!mixer.GetByteValues(control.name, bytes.data(), static_cast<int>(bytes.size()))) {
-            return std::nullopt;
+            return {};
         }
-        std::string text;
+        Value value{std::string(), "", {}};
         for (const char byte : bytes) {
-            if (!text.empty()) text += ' ';
-            text += std::to_string(static_cast<unsigned char>(byte));
+            if (!value.text->empty()) *value.text += ' ';
+            value.numbers.push_back(static_cast<unsigned char>(byte));
+            *value.text += std::to_string(value.numbers.back());
         }
-        return text;
+        return value;
     }
     const std::optional<long> value = mixer.GetIntegerValue(control.name);
-    if (!value.has_value()) return std::nullopt;
+    if (!value.has_value()) return {};
+    // tinyalsa returns a failed driver read as the value -1.
+    if (*value == -1) {
+        if (const int error = ReadInDriver(card, control); error < 0) {
+            return {std::nullopt, snd_strerror(error), {}};
+        }
+    }
     std::string text = std::to_string(*value);
     if (details && control.count > 1) text += " (first of " + std::to_string(control.count) + ")";
-    return text;
+    return {text, "", {*value}};
 }
 
 void PrintList(TinyalsaMixer& mixer, int card, const std::vector<Control>& controls) {
@@ -128,8 +158,33 @@ void PrintList(TinyalsaMixer& mixer, int card, const std::vector<Control>& contr
     for (const Control& control : controls) {
         std::cout << std::setw(static_cast<int>(width) + 2) << control.name << std::setw(9)
                   << TypeName(control.type) << std::setw(7) << control.count
-                  << ReadValue(mixer, control, true).value_or("-") << "\n";
+                  << ReadValue(mixer, card, control, true).text.value_or("-") << "\n";
     }
+}
+
+// The value as JSON: a number (the first of an integer or bool control), an array of bytes, or
+// an item's text with the items beside it; null when it cannot be read.
+void PrintListJson(TinyalsaMixer& mixer, int card, const std::vector<Control>& controls) {
+    nlohmann::ordered_json list = nlohmann::ordered_json::array();
+    for (const Control& control : controls) {
+        nlohmann::ordered_json entry = {
+                {"name", control.name}, {"type", TypeName(control.type)}, {"count", control.count}};
+        const Value value = ReadValue(mixer, card, control, false);
+        if (!value.text.has_value()) {
+            entry["value"] = nullptr;
+        } else if (control.type == SND_CTL_ELEM_TYPE_ENUMERATED) {
+            entry["value"] = *value.text;
+            entry["items"] = mixer.GetEnums(control.name);
+        } else if (control.type == SND_CTL_ELEM_TYPE_BYTES) {
+            entry["value"] = value.numbers;
+        } else {
+            entry["value"] = value.numbers.front();
+        }
+        list.push_back(std::move(entry));
+    }
+    PrintJson({{"card", card},
+               {"name", std::string(mixer.GetName().value_or(""))},
+               {"controls", std::move(list)}});
 }
 
 // Parses one value per element of the control, or one value for all of them.
@@ -142,7 +197,7 @@ std::optional<std::vector<long>> ParseValues(const Args& texts, const Control& c
     }
     std::vector<long> values;
     for (std::string_view text : texts) {
-        const std::optional<int64_t> value = ParseInteger(text, min, max);
+        const std::optional<int64_t> value = ParseNumber(text, min, max);
         if (!value.has_value()) {
             *error = "invalid value '" + std::string(text) + "' for " + TypeName(control.type) +
                      " control '" + control.name + "'";
@@ -196,10 +251,13 @@ int Set(TinyalsaMixer& mixer, int card, const Control& control, const Args& text
 
 void IgnoreAlsaError(const char*, int, const char*, int, const char*, ...) {}
 
-int Run(const Args& args) {
-    const ParsedArgs parsed = ParseArgs(args, {});
-    if (!parsed.error.empty()) return UsageError(kMixerCommand, parsed.error);
-    const Args& words = parsed.positional;
+int Run(int argc, char** argv) {
+    static constexpr Option kOptions[] = {{"json", false}};
+    int status = kExitSuccess;
+    const std::optional<ParsedArguments> parsed =
+            ParseCommandLine(kMixerCommand, argc, argv, kOptions, &status);
+    if (!parsed.has_value()) return status;
+    const Args& words = parsed->operands;
     if (words.empty()) return UsageError(kMixerCommand, "missing action: list, get or set");
     const std::string_view action = words[0];
     const size_t needed = action == "list" ? 2 : action == "get" ? 3 : action == "set" ? 4 : 0;
@@ -209,7 +267,10 @@ int Run(const Args& args) {
     if (words.size() < needed || (action != "set" && words.size() > needed)) {
         return UsageError(kMixerCommand, "wrong number of arguments for " + std::string(action));
     }
-    const std::optional<int64_t> number = ParseInteger(words[1], 0, INT_MAX);
+    if (parsed->Has("json") && action != "list") {
+        return UsageError(kMixerCommand, "--json does not apply to " + std::string(action));
+    }
+    const std::optional<int64_t> number = ParseNumber(words[1], 0, INT_MAX);
     if (!number.has_value()) {
         return UsageError(kMixerCommand, "invalid card number '" + std::string(words[1]) + "'");
     }
@@ -228,7 +289,11 @@ int Run(const Args& args) {
         return Failure(kMixerCommand, "cannot open the mixer of sound card " + std::to_string(card));
     }
     if (action == "list") {
-        PrintList(mixer, card, controls);
+        if (parsed->Has("json")) {
+            PrintListJson(mixer, card, controls);
+        } else {
+            PrintList(mixer, card, controls);
+        }
         return kExitSuccess;
     }
 
@@ -240,11 +305,12 @@ int Run(const Args& args) {
                        "card " + std::to_string(card) + " has no control '" + name + "'");
     }
     if (action == "set") return Set(mixer, card, *found, Args(words.begin() + 3, words.end()));
-    const std::optional<std::string> value = ReadValue(mixer, *found, false);
-    if (!value.has_value()) {
-        return Failure(kMixerCommand, "cannot read '" + name + "' of card " + std::to_string(card));
+    const Value value = ReadValue(mixer, card, *found, false);
+    if (!value.text.has_value()) {
+        return Failure(kMixerCommand, "cannot read '" + name + "' of card " + std::to_string(card) +
+                                              (value.error.empty() ? "" : ": " + value.error));
     }
-    std::cout << *value << "\n";
+    std::cout << *value.text << "\n";
     return kExitSuccess;
 }
 
@@ -253,18 +319,20 @@ int Run(const Args& args) {
 const Command kMixerCommand = {
         "mixer",
         "list, read and write the mixer controls of a sound card",
-        "usage: autl mixer list CARD\n"
+        "usage: autl mixer list [--json] CARD\n"
         "       autl mixer get CARD CONTROL\n"
         "       autl mixer set CARD CONTROL VALUE...\n"
         "\n"
         "Reads and writes the mixer controls of sound card number CARD through the library's\n"
         "TinyalsaMixer, by name.\n"
         "\n"
-        "  list  every control with its type, value count and value\n"
+        "  list  every control with its type, value count and value (- when it cannot be\n"
+        "        read); with --json as one JSON object\n"
         "  get   the value: the first value of an integer or bool control, every byte of a\n"
         "        bytes control (0 to 255), the selected item of an enum control\n"
         "  set   an integer, bool or bytes control: one VALUE for each of its values, or one\n"
-        "        VALUE for all of them; an enum control: the text of an item\n"
+        "        VALUE for all of them (a negative VALUE is a value, not an option); an enum\n"
+        "        control: the text of an item\n"
         "\n"
         "Of several controls with one name, only the first can be reached.\n"
         "Exit status: 0 done, 1 no such card or control or the card refused, 2 usage error.\n",

@@ -10,6 +10,9 @@
 //   while (std::optional<Tap0Frame> frame = reader.Next()) Use(frame->format, frame->payload);
 //   if (reader.error().has_value()) Report(reader.error()->message);
 //
+// A torn frame (a disk that filled mid-write, then the next frame written after it) can be read
+// past with Tap0Reader(bytes, /*skip_damage=*/true).
+//
 // Everything here works on bytes in memory: it reads nothing outside them, allocates nothing in
 // proportion to what a frame claims, and fails on no input, however damaged.
 
@@ -17,10 +20,14 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <ostream>
 #include <span>
 #include <string>
+#include <vector>
+
+#include "wav.h"
 
 namespace autl::capture {
 
@@ -72,6 +79,9 @@ enum class Tap0Damage {
     kBadLength,
     kBadFormatWord,
     kReservedNotZero,
+    // A frame header inside the payload: the frame was cut short (a disk that filled mid-write)
+    // and the next one written after it.
+    kTornFrame,
 };
 
 struct Tap0Error {
@@ -79,7 +89,12 @@ struct Tap0Error {
     uint64_t frame_index;
     // Where the damaged frame starts.
     uint64_t offset;
-    // For example "frame 3 at offset 5820: truncated payload: 100 of 1920 bytes".
+    // The bytes from offset to the next frame header, which reading went on from; 0 when reading
+    // ended at the damage.
+    uint64_t skipped = 0;
+    // For example "frame 3 at offset 5820: truncated payload: 100 of 1920 bytes", or "frame 2 at
+    // offset 1940: torn frame: a frame header at offset 2000 inside its payload of 1920 bytes; 60
+    // bytes skipped".
     std::string message;
 
     // A capture cut short inside its last frame, as a process killed while writing leaves it.
@@ -88,41 +103,76 @@ struct Tap0Error {
     }
 };
 
-// Walks the frames of a capture in memory, stopping at the first damage.
+// Walks the frames of a capture in memory. A frame counts as whole when the capture ends or a
+// frame marker follows right after its payload; one that is followed by neither but holds a
+// frame header inside its payload is torn. By default reading stops at the first damage. With
+// skip_damage it goes on at the next frame header after the damage, so that one torn frame does
+// not hide the frames after it; a damaged stretch takes one frame index.
 class Tap0Reader {
   public:
-    explicit Tap0Reader(std::span<const uint8_t> capture) : capture_(capture) {}
+    explicit Tap0Reader(std::span<const uint8_t> capture, bool skip_damage = false)
+        : capture_(capture), skip_damage_(skip_damage) {}
 
-    // The next frame; empty at the end of the capture and at damage, which error() then describes.
+    // The next frame; empty at the end of the capture and at damage that ends reading, which
+    // error() then describes.
     std::optional<Tap0Frame> Next();
     const std::optional<Tap0Error>& error() const { return error_; }
+    // With skip_damage: the damage read past so far, in order.
+    const std::vector<Tap0Error>& skipped() const { return skipped_; }
 
   private:
-    std::optional<Tap0Frame> Fail(Tap0Damage damage, std::string what);
+    // Records damage at the current frame and moves on past it: to the next frame header with
+    // skip_damage, else (or when there is none) to the end.
+    void Damage(Tap0Damage damage, std::string what, uint64_t resume = 0);
+    // The offset of the first frame header after `from`, before `end`; 0 when there is none.
+    uint64_t FindFrameHeader(uint64_t from, uint64_t end) const;
 
     std::span<const uint8_t> capture_;
+    bool skip_damage_;
     uint64_t offset_ = 0;
     uint64_t index_ = 0;
     std::optional<Tap0Error> error_;
+    std::vector<Tap0Error> skipped_;
 };
 
-// What a PCM capture converts into: its frames, which share one format word.
+// What a PCM capture converts into and how.
+struct Tap0WaveOptions {
+    // Convert past damage (Tap0Reader's skip_damage); the damage left out is in the plan.
+    bool skip_damage = false;
+    // What the WAV header says instead of what the format word tells: the word keeps the channel
+    // count modulo 8, has one rate code for 48000 Hz and every rate without a code of its own, and
+    // one format code for INT_32_BIT and FIXED_Q_8_24.
+    std::optional<uint16_t> channels;
+    std::optional<uint32_t> sample_rate;
+    std::optional<aidl::android::media::audio::common::PcmType> pcm_type;
+};
+
+// The frames of a capture, which share one format word, and the WAV header they go behind.
 struct Tap0WavePlan {
     Tap0Format format;
+    WaveHeader header;
+    bool skip_damage = false;
     uint64_t frames = 0;
     uint32_t data_size = 0;
-    // The bytes of the capture that the frames take.
+    // Where the last frame ends.
     uint64_t end = 0;
     // A truncated last frame, which is left out.
     std::optional<Tap0Error> truncation;
+    // With skip_damage: the damage left out, in order.
+    std::vector<Tap0Error> skipped;
 };
 
 // The plan for converting capture into a WAV file. Empty, with the reason in *error, when the
-// capture has no frame, damage other than a truncated last frame, frames of more than one format
-// word, a format that is no PCM, a channel count of 0, or more data than a WAV file counts.
-std::optional<Tap0WavePlan> PlanTap0Wave(std::span<const uint8_t> capture, std::string* error);
-// Writes the 44-byte header of WaveRecorder's layout and the payloads of the plan's frames. False
-// when out fails.
+// capture has no frame, damage other than a truncated last frame (without skip_damage), frames
+// of more than one format word, a format that is no PCM or a channel count of 0 (unless options
+// say otherwise), or more data than a WAV file counts.
+std::optional<Tap0WavePlan> PlanTap0Wave(std::span<const uint8_t> capture, std::string* error,
+                                         const Tap0WaveOptions& options = {});
+// Writes the plan's header and the payloads of its frames (read again from capture, which must be
+// the bytes planned) through `write`, which returns false when it fails; false then.
+bool WriteTap0Wave(std::span<const uint8_t> capture, const Tap0WavePlan& plan,
+                   const std::function<bool(std::span<const uint8_t>)>& write);
+// As above, into out. False when out fails.
 bool WriteTap0Wave(std::span<const uint8_t> capture, const Tap0WavePlan& plan, std::ostream& out);
 
 }  // namespace autl::capture

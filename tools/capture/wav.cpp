@@ -53,6 +53,26 @@ WaveHeader MakeWaveHeader(uint16_t audio_format, uint16_t channels, uint32_t sam
             data_size};
 }
 
+std::optional<WaveHeader> MakePcmWaveHeader(aidl::android::media::audio::common::PcmType pcm_type,
+                                            uint16_t channels, uint32_t sample_rate,
+                                            uint32_t data_size) {
+    using aidl::android::media::audio::common::PcmType;
+    switch (pcm_type) {
+        case PcmType::DEFAULT:
+            return MakeWaveHeader(kWavePcm, channels, sample_rate, 8, data_size);
+        case PcmType::INT_16_BIT:
+            return MakeWaveHeader(kWavePcm, channels, sample_rate, 16, data_size);
+        case PcmType::INT_24_BIT:
+            return MakeWaveHeader(kWavePcm, channels, sample_rate, 24, data_size);
+        case PcmType::INT_32_BIT:
+        case PcmType::FIXED_Q_8_24:
+            return MakeWaveHeader(kWavePcm, channels, sample_rate, 32, data_size);
+        case PcmType::FLOAT_32_BIT:
+            return MakeWaveHeader(kWaveIeeeFloat, channels, sample_rate, 32, data_size);
+    }
+    return std::nullopt;
+}
+
 std::array<uint8_t, kWaveHeaderSize> EncodeWaveHeader(const WaveHeader& header) {
     std::array<uint8_t, kWaveHeaderSize> bytes;
     uint8_t* at = bytes.data();

@@ -8,6 +8,8 @@
 //
 // Every function works on bytes in memory, reads nothing outside them and never fails on any input.
 
+#include <aidl/android/media/audio/common/PcmType.h>
+
 #include <array>
 #include <cstddef>
 #include <cstdint>
@@ -44,6 +46,14 @@ struct WaveHeader {
 // A consistent header for data_size bytes of audio.
 WaveHeader MakeWaveHeader(uint16_t audio_format, uint16_t channels, uint32_t sample_rate,
                           uint16_t bits_per_sample, uint32_t data_size);
+
+// The header WaveRecorder writes for pcm_type: IEEE float for FLOAT_32_BIT, 8-bit PCM for DEFAULT,
+// 32-bit PCM for FIXED_Q_8_24; empty for a value outside the enumeration.
+std::optional<WaveHeader> MakePcmWaveHeader(aidl::android::media::audio::common::PcmType pcm_type,
+                                            uint16_t channels, uint32_t sample_rate,
+                                            uint32_t data_size);
+// The largest data size a header counts.
+inline constexpr uint64_t kMaxWaveDataSize = UINT32_MAX - (kWaveHeaderSize - 8);
 
 std::array<uint8_t, kWaveHeaderSize> EncodeWaveHeader(const WaveHeader& header);
 // The header at the start of bytes; empty when bytes holds fewer than 44.

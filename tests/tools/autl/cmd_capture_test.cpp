@@ -1,8 +1,8 @@
-// `autl tap0` and `autl wav`, run as a program on files that EncodedRecorder and WaveRecorder
-// wrote.
+// `autl tap0`, `autl raw` and `autl wav`, run as a program on files that the recorders wrote.
 
 #include <android-base/stringprintf.h>
 #include <recorder/raw_recorder.h>
+#include <unistd.h>
 
 #include <fstream>
 #include <string>
@@ -10,6 +10,7 @@
 #include <vector>
 
 #include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
 
 #include "run_program.h"
 #include "temp_dir.h"
@@ -71,9 +72,10 @@ constexpr char kFields[] =
         "file size         %d\n"
         "data on disk      %s\n";
 
-// `tap0 info` lists the frames up to any damage, which goes to stderr with its offset. `tap0 wav`
-// writes the file WaveRecorder would have, leaving out a frame cut short as a killed recorder
-// leaves it. `wav info` prints the header's fields and what it counts of the data on disk; every
+// `tap0 info` lists the frames (or runs of equal frames) and reports damage on stderr with its
+// offset, going on after a torn frame. `tap0 wav` and `raw wav` write the file WaveRecorder would
+// have, leaving out a frame cut short as a killed recorder leaves it and a frame torn by a full
+// disk. `wav info` prints the header's fields and what it counts of the data on disk; every
 // inconsistency goes to stderr.
 TEST_F(CaptureCommandTest, Commands_OnRecordedFiles) {
     const std::string damaged =
@@ -95,10 +97,22 @@ TEST_F(CaptureCommandTest, Commands_OnRecordedFiles) {
     const std::string wave =
             Record(WaveRecorder(dir_.path(), "wav24", 1, 44100, PcmType::INT_24_BIT), chunks);
     const std::string capture = Capture(chunks, 1, 44100, PcmType::INT_24_BIT);
+    const std::string raw = Record(RawRecorder(dir_.path(), "raw"), {chunks[0], chunks[1]});
     const std::string cut = dir_.Join("cut.audio_enc");
     std::ofstream(cut) << ReadFile(capture) << ReadFile(capture).substr(0, 30);
+    // The disk filled 100 bytes into the second frame, the third one was written later.
+    const std::string torn = dir_.Join("torn.audio_enc");
+    const std::string frames = ReadFile(
+            Capture({chunks[0], std::string(1920, 'x'), chunks[1]}, 1, 44100, PcmType::INT_24_BIT));
+    std::ofstream(torn) << frames.substr(0, 1940 + 120) << frames.substr(2 * 1940);
     const std::string out = dir_.Join("out.wav");
     const std::string cut_out = dir_.Join("cut.wav");
+    const std::string torn_out = dir_.Join("torn.wav");
+    const std::string raw_out = dir_.Join("raw.wav");
+    const std::string torn_damage =
+            "autl tap0: " + torn +
+            ": frame 1 at offset 1940: torn frame: a frame header at offset "
+            "2060 inside its payload of 1920 bytes; 120 bytes skipped\n";
     const std::string converted =
             ": 2 frames, 1926 data bytes, 0x01543007: 1 channel, 44100 Hz, INT_24_BIT\n";
     const struct {
@@ -120,6 +134,29 @@ TEST_F(CaptureCommandTest, Commands_OnRecordedFiles) {
                        "22          2        1         8000    DEFAULT       0x01103007\n"
                        "44          2        2         48000   INT_16_BIT    0x01355007\n"
                        "3 frames, 6 payload bytes, 2 format changes\n",
+             ""},
+            {{"tap0", "info", "--summary", Capture({"ab", "cd", "efg"})},
+             0,
+             "first       frames   length   channels  rate    format        word\n"
+             "0           2        2        2         48000   INT_16_BIT    0x01355007\n"
+             "44          1        3        2         48000   INT_16_BIT    0x01355007\n"
+             "3 frames, 7 payload bytes, 0.000 s of audio\n",
+             ""},
+            {{"tap0", "info", torn},
+             1,
+             columns + "0           1920     1         44100   INT_24_BIT    0x01543007\n"
+                       "2060        6        1         44100   INT_24_BIT    0x01543007\n"
+                       "2 frames, 1926 payload bytes, 0.015 s of audio, 120 bytes skipped\n",
+             torn_damage},
+            {{"tap0", "wav", torn, torn_out}, 0, torn_out + converted, torn_damage},
+            {{"raw", "wav", raw, raw_out, "--rate=44100", "--channels=1", "--format=int_24_bit"},
+             0,
+             raw_out + ": 1926 data bytes, 1 channel, 44100 Hz, INT_24_BIT, 0.015 s of audio\n",
+             ""},
+            {{"tap0", "wav", "--rate", "22050", "--channels", "9", capture, out},
+             0,
+             out + ": 2 frames, 1926 data bytes, 0x01543007 taken as 9 channels, 22050 Hz, "
+                   "INT_24_BIT\n",
              ""},
             {{"tap0", "wav", capture, out}, 0, out + converted, ""},
             {{"tap0", "wav", cut, cut_out},
@@ -151,8 +188,37 @@ TEST_F(CaptureCommandTest, Commands_OnRecordedFiles) {
         EXPECT_EQ(run.out, c.out);
         EXPECT_EQ(run.err, c.err);
     }
-    EXPECT_EQ(ReadFile(out), ReadFile(wave));
-    EXPECT_EQ(ReadFile(cut_out), ReadFile(wave));
+    for (const std::string& converted_file : {out, cut_out, torn_out, raw_out}) {
+        EXPECT_EQ(ReadFile(converted_file), ReadFile(wave)) << converted_file;
+    }
+
+    // Standard input, and JSON.
+    const ProgramRun json = test::RunProgram(
+            {"/bin/sh", "-c", std::string(AUTL_TOOL) + " tap0 info --summary --json - < " + torn});
+    EXPECT_EQ(json.status, 1);
+    EXPECT_EQ(nlohmann::json::parse(json.out), nlohmann::json::parse(R"({
+        "file": "standard input",
+        "runs": [{"offset": 0, "frames": 1, "length": 1920, "channels": 1, "sample_rate": 44100,
+                  "format": "INT_24_BIT", "word": 22294535},
+                 {"offset": 2060, "frames": 1, "length": 6, "channels": 1, "sample_rate": 44100,
+                  "format": "INT_24_BIT", "word": 22294535}],
+        "damage": [{"frame": 1, "offset": 1940, "skipped": 120, "message": "frame 1 at offset 1940: torn frame: a frame header at offset 2060 inside its payload of 1920 bytes; 120 bytes skipped"}],
+        "summary": {"frames": 2, "payload_bytes": 1926, "format_changes": 0,
+                    "seconds": 0.0145578231292517, "skipped_bytes": 120}})"));
+}
+
+// A full disk fails the command (exit 1) and leaves no file that seems whole; a device stays.
+TEST_F(CaptureCommandTest, FullOutput_Fails) {
+    if (access("/dev/full", W_OK) != 0) GTEST_SKIP() << "no /dev/full";
+    const std::string capture = Capture({"abcd"});
+    const ProgramRun to_file = Autl({"tap0", "wav", capture, "/dev/full"});
+    EXPECT_EQ(to_file.status, 1);
+    EXPECT_EQ(to_file.err, "autl tap0: cannot write /dev/full: No space left on device\n");
+    EXPECT_EQ(access("/dev/full", W_OK), 0);
+    const ProgramRun to_stdout = test::RunProgram(
+            {"/bin/sh", "-c", std::string(AUTL_TOOL) + " tap0 info " + capture + " > /dev/full"});
+    EXPECT_EQ(to_stdout.status, 1);
+    EXPECT_EQ(to_stdout.err, "autl tap0: cannot write standard output: No space left on device\n");
 }
 
 }  // namespace

@@ -1,13 +1,16 @@
 // `autl demo`, run as a program: the session's dump holds every component's section and honours
-// the dump's filters.
+// the dump's filters; `autl calls --trace` turns the dump into trace events that match it.
 
+#include <cstdio>
 #include <filesystem>
 #include <fstream>
+#include <sstream>
 #include <string>
 #include <vector>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
 
 #include "run_program.h"
 #include "temp_dir.h"
@@ -45,8 +48,43 @@ TEST(DemoCommandTest, Session_DumpsEveryComponentAndRecords) {
                                HasSubstr("  spatializer: " + spatializer + "\n"),
                                HasSubstr("APEX version: {major: -1, minor: -1}\n"),
                                HasSubstr("\nCaptures of stream out 0:\n")));
+    // Quiet: the library's WARNING lines and the progress, not its INFO lines.
     EXPECT_THAT(run.err, AllOf(HasSubstr("autl demo: 1/1 s, "),
-                               HasSubstr("GetFilePath: " + spatializer + "spatializer.xml exist")));
+                               HasSubstr("GetFilePath: " + root +
+                                         "/vendor/etc/ulq/vexa4_tuning.bin "
+                                         "not exist"),
+                               Not(HasSubstr("Start: recorder started"))));
+
+    // One track per section holding one event per entry, each naming the call and its count as
+    // the entry's line in the dump does.
+    const std::string dump = dir.Join("dump.txt");
+    std::ofstream(dump) << run.out;
+    const ProgramRun calls =
+            RunProgram({AUTL_TOOL, "calls", "--trace", dir.Join("trace.json"), dump});
+    ASSERT_EQ(calls.status, 0) << calls.err;
+    EXPECT_EQ(calls.err, "");
+    std::vector<std::string> lines;
+    std::istringstream text(run.out);
+    for (std::string line; std::getline(text, line);) lines.push_back(line);
+    std::vector<int> entries;  // per section, as its heading counts them
+    for (const std::string& line : lines) {
+        if (int n = 0; std::sscanf(line.c_str(), "  Interaction logger(%d,", &n) == 1) {
+            entries.push_back(n);
+        }
+    }
+    ASSERT_EQ(entries.size(), 2u);
+    const nlohmann::json trace = nlohmann::json::parse(test::ReadFile(dir.Join("trace.json")));
+    std::vector<int> events(entries.size());
+    for (const nlohmann::json& event : trace["traceEvents"]) {
+        if (event["ph"] != "X") continue;
+        ++events.at(event["tid"].get<size_t>() - 1);
+        const std::string& line = lines.at(event["args"]["line"].get<size_t>() - 1);
+        EXPECT_THAT(line, HasSubstr(" " + event["name"].get<std::string>() + ": args("));
+        if (event["args"].contains("count")) {
+            EXPECT_THAT(line, HasSubstr("[count: " + event["args"]["count"].dump() + ", "));
+        }
+    }
+    EXPECT_EQ(events, entries);
 
     // The two captures, named in the output, hold about a second of audio each; the WAV file's
     // header counts all of its data.
@@ -66,11 +104,12 @@ TEST(DemoCommandTest, Session_DumpsEveryComponentAndRecords) {
 TEST(DemoCommandTest, Filters_SelectSectionsLikeTheDumpRequest) {
     test::TempDir dir;
     const ProgramRun resources =
-            RunProgram({AUTL_TOOL, "demo", "--seconds", "1", "--out", dir.path(), "AUtl::Res"});
+            RunProgram({AUTL_TOOL, "-v", "demo", "--seconds=1", "--out", dir.path(), "AUtl::Res"});
     ASSERT_EQ(resources.status, 0) << resources.err;
     EXPECT_THAT(resources.out,
                 AllOf(HasSubstr("Resources:\n"), HasSubstr("Captures of stream out 0:"),
                       Not(HasSubstr("Interaction")), Not(HasSubstr("Module calls:"))));
+    EXPECT_THAT(resources.err, HasSubstr("Start: recorder started\n"));
 
     const ProgramRun loggers = RunProgram({AUTL_TOOL, "demo", "--seconds", "1", "--out", dir.path(),
                                            "AUtl::Logger", "AUtl::Nothing"});

@@ -7,6 +7,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <tinyalsa/asoundlib.h>
+#include <nlohmann/json.hpp>
 
 #include "fake_alsa_card.h"
 #include "run_program.h"
@@ -39,8 +40,20 @@ TEST_F(MixerCommandTest, List_PrintsEveryControlOnceWithItsValue) {
               "Mute Switch     bool     1      0\n"
               "Big Counter     int64    1      -\n"
               "Dup Gain        integer  1      3\n"
-              "Faulty Level    integer  1      -1\n");
+              "Faulty Level    integer  1      -\n");
     EXPECT_EQ(run.err, "");
+    const ProgramRun json = Mixer({"list", "--json", "2"});
+    EXPECT_EQ(json.status, 0);
+    EXPECT_EQ(nlohmann::json::parse(json.out), nlohmann::json::parse(R"({
+        "card": 2, "name": "Test Card 2", "controls": [
+        {"name": "Speaker Volume", "type": "integer", "count": 2, "value": 50},
+        {"name": "Codec Blob", "type": "bytes", "count": 8, "value": [1, 2, 3, 4, 127, 128, 254, 255]},
+        {"name": "Route Select", "type": "enum", "count": 1, "value": "Speaker",
+         "items": ["Off", "Speaker", "Headset"]},
+        {"name": "Mute Switch", "type": "bool", "count": 1, "value": 0},
+        {"name": "Big Counter", "type": "int64", "count": 1, "value": null},
+        {"name": "Dup Gain", "type": "integer", "count": 1, "value": 3},
+        {"name": "Faulty Level", "type": "integer", "count": 1, "value": null}]})"));
 }
 
 // One value is written to every value of the control.
@@ -87,6 +100,9 @@ TEST_F(MixerCommandTest, Errors_NameTheCardControlOrValue) {
             {{"list", "8"}, 1, "cannot open sound card 8: No such device"},
             {{"get", "0", "Volume"}, 1, "card 0 has no control 'Volume'"},
             {{"get", "0", "Big Counter"}, 1, "cannot read 'Big Counter' of card 0"},
+            {{"get", "0", "Faulty Level"},
+             1,
+             "cannot read 'Faulty Level' of card 0: Input/output error"},
             {{"set", "0", "Speaker Volume", "101"}, 1, "card 0 refused '101' for 'Speaker Volume'"},
             {{"set", "0", "Faulty Level", "1"}, 1, "card 0 refused '1' for 'Faulty Level'"},
             {{"set", "0", "Route Select", "Loud"},
@@ -106,6 +122,7 @@ TEST_F(MixerCommandTest, Errors_NameTheCardControlOrValue) {
              "invalid value 'on' for bool control 'Mute Switch'"},
             {{"list", "-1"}, 2, "invalid card number '-1'"},
             {{"get", "0"}, 2, "wrong number of arguments for get"},
+            {{"get", "--json", "0", "Dup Gain"}, 2, "--json does not apply to get"},
             {{"mute", "0"}, 2, "unknown action 'mute'"},
             {{}, 2, "missing action: list, get or set"},
     };

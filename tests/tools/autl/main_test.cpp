@@ -38,11 +38,14 @@ std::string Frame(uint32_t word, const std::string& payload) {
 TEST(AutlTest, HelpAndUsageErrors) {
     const ProgramRun run = Autl({"help"});
     EXPECT_EQ(run.status, 0);
-    EXPECT_THAT(run.out, StartsWith("usage: autl <command> [arguments]\n"));
-    for (const char* command : {"help", "demo", "mixer", "tap0", "wav"}) {
+    EXPECT_THAT(run.out, StartsWith("usage: autl [-v] <command> [arguments]\n"));
+    for (const char* command : {"help", "demo", "calls", "mixer", "raw", "tap0", "wav"}) {
         EXPECT_THAT(run.out, HasSubstr(std::string("\n  ") + command + " ")) << command;
     }
     EXPECT_EQ(Autl({"--help"}).out, run.out);
+    EXPECT_EQ(Autl({"-v", "-h"}).out, run.out);
+    EXPECT_EQ(Autl({"--version"}).out,
+              "autl " AUTL_VERSION " (vendor.zentro.tevrash.audio.hal.utils)\n");
     const ProgramRun demo = Autl({"help", "demo"});
     EXPECT_EQ(demo.status, 0);
     EXPECT_THAT(demo.out, StartsWith("usage: autl demo [--seconds N] [--out DIR] [--root DIR] "
@@ -56,6 +59,7 @@ TEST(AutlTest, HelpAndUsageErrors) {
             {{}, run.out},
             {{"play", "x"}, "autl: unknown command 'play'\nTry 'autl help'.\n"},
             {{"help", "play"}, "autl help: unknown command 'play'\n"},
+            {{"--verbosity", "demo"}, "autl: unknown option '--verbosity'\nTry 'autl --help'.\n"},
     };
     for (const auto& c : cases) {
         const ProgramRun error = Autl(c.args);
@@ -83,10 +87,11 @@ TEST(AutlTest, CommandErrors_ExitWithTheirStatusAndSayWhy) {
         std::string err;
     };
     const Case cases[] = {
-            {{"demo", "--seconds", "0"}, 2, "invalid --seconds '0" + seconds},
-            {{"demo", "--seconds", "2x"}, 2, "invalid --seconds '2x" + seconds},
+            {{"demo", "--seconds=0"}, 2, "invalid --seconds '0" + seconds},
+            {{"demo", "--sec", "2x"}, 2, "invalid --seconds '2x" + seconds},
             {{"demo", "--seconds"}, 2, "option --seconds needs a value"},
-            {{"demo", "--speed", "2"}, 2, "unknown option '--speed'"},
+            {{"demo", "--speed=2"}, 2, "unknown option '--speed'"},
+            {{"demo", "-x"}, 2, "unknown option '-x'"},
             {{"demo", "--root", missing}, 1, "--root '" + missing + "' is not a folder"},
             {{"demo", "--out", capture + "/captures"},
              1,
@@ -94,24 +99,35 @@ TEST(AutlTest, CommandErrors_ExitWithTheirStatusAndSayWhy) {
             {{"tap0"}, 2, "missing action: info or wav"},
             {{"tap0", "list", capture}, 2, "unknown action 'list'"},
             {{"tap0", "info"}, 2, "wrong number of arguments for info"},
-            {{"tap0", "wav", capture}, 2, "wrong number of arguments for wav"},
-            {{"tap0", "info", "--all", capture}, 2, "unknown option '--all'"},
+            {{"tap0", "info", "--summary=1", capture}, 2, "option --summary takes no value"},
+            {{"tap0", "info", "--rate", "8000", capture}, 2, "--rate does not apply to info"},
+            {{"tap0", "wav", "--channels", "0", capture, out},
+             2,
+             "invalid --channels '0': expected 1 to 256"},
             {{"tap0", "info", missing}, 1, "cannot open " + missing + ": No such file or directory"},
             {{"tap0", "info", dir.path()}, 1, "cannot read " + dir.path() + ": not a regular file"},
             {{"tap0", "wav", changing, out},
              1,
              changing + ": frame 1 at offset 24 changes the format from 0x01355007: 2 channels, "
                         "48000 Hz, INT_16_BIT to 0x01345007: 2 channels, 44100 Hz, INT_16_BIT"},
-            {{"tap0", "wav", capture, capture}, 1, capture + " is the capture itself"},
+            {{"tap0", "wav", capture, capture}, 1, capture + " is the input itself"},
             {{"tap0", "wav", capture, missing + "/out.wav"},
              1,
              "cannot write " + missing + "/out.wav: No such file or directory"},
             {{"wav"}, 2, "missing action: info"},
             {{"wav", "show", capture}, 2, "unknown action 'show'"},
             {{"wav", "info"}, 2, "wrong number of arguments for info"},
-            {{"wav", "info", short_wav, short_wav}, 2, "wrong number of arguments for info"},
             {{"wav", "info", missing}, 1, "cannot open " + missing + ": No such file or directory"},
             {{"wav", "info", short_wav}, 1, short_wav + ": 4 bytes, fewer than a 44-byte WAV header"},
+            {{"raw", "wav", "--rate", "8000", "--format", "INT_16_BIT", capture, out},
+             2,
+             "missing --channels: a raw capture does not say it"},
+            {{"raw", "wav", "--rate", "8000", "--channels", "1", "--format", "S16", capture, out},
+             2,
+             "invalid --format 'S16': expected UINT_8_BIT, INT_16_BIT, INT_24_BIT, INT_32_BIT, "
+             "FIXED_Q_8_24 or FLOAT_32_BIT"},
+            {{"calls"}, 2, "missing FILE"},
+            {{"calls", capture}, 1, capture + ": no interaction logger section"},
     };
     for (const Case& c : cases) {
         const ProgramRun run = Autl(c.args);

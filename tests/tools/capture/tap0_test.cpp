@@ -145,6 +145,9 @@ TEST(Tap0Test, Damage_StopsWithTheFrameOffsetAndWhatIsWrong) {
             {with(4, Le32(kStereo48kInt16 | 1u << 19)), Tap0Damage::kBadFormatWord,
              "bad format word 0x013d5007" + format_rule},
             {with(15, "\x01"), Tap0Damage::kReservedNotZero, "reserved bytes 8 to 15 are not 0"},
+            // Cut after 3 payload bytes by a full disk; the next frame was written after them.
+            {first + second.substr(0, 23) + first, Tap0Damage::kTornFrame,
+             "torn frame: a frame header at offset 53 inside its payload of 10 bytes"},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.message);
