@@ -142,7 +142,7 @@ binder_status_t ReadValue(const AParcel* parcel, T* value) {
 // An int32 read that gives 0 when it fails, as the platform's readInt32() does.
 int32_t ReadInt32OrZero(const AParcel* parcel) {
     int32_t value = 0;
-    if (ReadValue(parcel, &value) != STATUS_OK) value = 0;
+    (void)ReadValue(parcel, &value);
     return value;
 }
 
