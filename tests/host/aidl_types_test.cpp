@@ -454,10 +454,10 @@ TEST(AidlTypesTest, Descriptors_DuplicatedAndNeverMarshalled) {
     EXPECT_TRUE(Marshal(parcel.get()).empty());
     // A descriptor takes 32 bytes, as on the device: the not-null marker, the word of a
     // ParcelFileDescriptor, the object.
-    EXPECT_EQ(4 + 32 + 8, AParcel_getDataSize(Write(Ashmem{.fd = ndk::ScopedFileDescriptor(
-                                                                    dup(pipe_fds[0])),
-                                                            .size = 64})
-                                                      .get()));
+    EXPECT_EQ(4 + 32 + 8,
+              AParcel_getDataSize(
+                      Write(Ashmem{.fd = ndk::ScopedFileDescriptor(dup(pipe_fds[0])), .size = 64})
+                              .get()));
     ASSERT_EQ(STATUS_OK, AParcel_setDataPosition(parcel.get(), 0));
     StreamDescriptor decoded;
     ASSERT_EQ(STATUS_OK, decoded.readFromParcel(parcel.get()));

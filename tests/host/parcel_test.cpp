@@ -103,7 +103,7 @@ TEST(ParcelTest, Strings_WireBytesAndBadInput) {
     ExpectWire(std::string("ab"), {2, 0, 0, 0, 'a', 0, 'b', 0, 0, 0, 0, 0});
     ExpectWire(std::string("\xC3\xA9"), {1, 0, 0, 0, 0xE9, 0, 0, 0});
     ExpectWire(std::string("\xE2\x82\xAC"), {1, 0, 0, 0, 0xAC, 0x20, 0, 0});
-    ExpectWire(std::string("\xF0\x9F\x98\x80"), {2, 0, 0, 0, 0x3D, 0xD8, 0x00, 0xDE, 0, 0, 0, 0});
+    ExpectWire(std::string("\xF4\x8F\xBF\xBF"), {2, 0, 0, 0, 0xFF, 0xDB, 0xFF, 0xDF, 0, 0, 0, 0});
 
     // UTF-8 is converted as leniently as on the platform: only a sequence cut off by the end
     // fails. A lone continuation byte stays a character, an overlong form is decoded, an encoded
@@ -175,14 +175,31 @@ TEST(ParcelTest, Arrays_WireBytesAndBadCounts) {
         Bytes bytes;
         binder_status_t ints, strings, bools;
     } kCases[] = {
-            {"huge count", {0xFF, 0xFF, 0xFF, 0x7F, 1, 0, 0, 0}, STATUS_NO_MEMORY, STATUS_NO_MEMORY,
+            {"huge count",
+             {0xFF, 0xFF, 0xFF, 0x7F, 1, 0, 0, 0},
+             STATUS_NO_MEMORY,
+             STATUS_NO_MEMORY,
              STATUS_NO_MEMORY},
-            {"one element short", {2, 0, 0, 0, 1, 0, 0, 0}, STATUS_NO_MEMORY,
-             STATUS_UNEXPECTED_NULL, STATUS_NOT_ENOUGH_DATA},
-            {"count below -1", {0xF0, 0xFF, 0xFF, 0xFF}, STATUS_BAD_VALUE, STATUS_BAD_VALUE,
+            {"count past the bytes",
+             {5, 0, 0, 0, 1, 0, 0, 0},
+             STATUS_NO_MEMORY,
+             STATUS_NO_MEMORY,
+             STATUS_NO_MEMORY},
+            {"one element short",
+             {2, 0, 0, 0, 1, 0, 0, 0},
+             STATUS_NO_MEMORY,
+             STATUS_UNEXPECTED_NULL,
+             STATUS_NOT_ENOUGH_DATA},
+            {"count below -1",
+             {0xF0, 0xFF, 0xFF, 0xFF},
+             STATUS_BAD_VALUE,
+             STATUS_BAD_VALUE,
              STATUS_BAD_VALUE},
-            {"null where required", {0xFF, 0xFF, 0xFF, 0xFF}, STATUS_UNEXPECTED_NULL,
-             STATUS_NO_MEMORY, STATUS_UNEXPECTED_NULL},
+            {"null where required",
+             {0xFF, 0xFF, 0xFF, 0xFF},
+             STATUS_UNEXPECTED_NULL,
+             STATUS_NO_MEMORY,
+             STATUS_UNEXPECTED_NULL},
     };
     for (const auto& c : kCases) {
         EXPECT_EQ(c.ints, Decode<std::vector<int32_t>>(c.bytes).first) << c.what;

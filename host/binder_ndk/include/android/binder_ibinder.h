@@ -37,10 +37,9 @@ typedef binder_status_t (*AIBinder_Class_onTransact)(AIBinder* binder, transacti
 
 // Defines a class; it lives as long as the process. The descriptor is copied. Null when any
 // argument is null, as on the platform, although host binders never receive transactions.
-__attribute__((warn_unused_result)) AIBinder_Class* AIBinder_Class_define(const char* interfaceDescriptor,
-                                      AIBinder_Class_onCreate onCreate,
-                                      AIBinder_Class_onDestroy onDestroy,
-                                      AIBinder_Class_onTransact onTransact);
+__attribute__((warn_unused_result)) AIBinder_Class* AIBinder_Class_define(
+        const char* interfaceDescriptor, AIBinder_Class_onCreate onCreate,
+        AIBinder_Class_onDestroy onDestroy, AIBinder_Class_onTransact onTransact);
 const char* AIBinder_Class_getDescriptor(const AIBinder_Class* clazz);
 
 // A new binder with one strong reference owned by the caller. Null when clazz is null.

@@ -54,8 +54,7 @@ using first_template_type_t = typename first_template_type<T>::type;
 
 // shared_ptr of an ICInterface-derived class.
 template <typename T>
-static inline constexpr bool is_interface_v =
-        is_specialization_v<T, std::shared_ptr> &&
+static inline constexpr bool is_interface_v = is_specialization_v<T, std::shared_ptr>&&
         std::is_base_of_v<::ndk::ICInterface, first_template_type_t<T>>;
 
 // A class with readFromParcel and writeToParcel.
@@ -74,7 +73,7 @@ static inline constexpr bool is_parcelable_v = is_parcelable<T>::value;
 // std::optional of a parcelable.
 template <typename T>
 static inline constexpr bool is_nullable_parcelable_v =
-        is_parcelable_v<first_template_type_t<T>> && is_specialization_v<T, std::optional>;
+        is_parcelable_v<first_template_type_t<T>>&& is_specialization_v<T, std::optional>;
 
 template <typename T>
 static inline constexpr bool dependent_false_v = false;

@@ -59,8 +59,7 @@ typedef struct AStatus AStatus;
 // Every constructor returns a new object that the caller releases with AStatus_delete. The
 // functions below take a status that is not null, as on the platform.
 __attribute__((warn_unused_result)) AStatus* AStatus_newOk(void);
-__attribute__((warn_unused_result)) AStatus* AStatus_fromExceptionCode(
-        binder_exception_t exception);
+__attribute__((warn_unused_result)) AStatus* AStatus_fromExceptionCode(binder_exception_t exception);
 __attribute__((warn_unused_result)) AStatus* AStatus_fromExceptionCodeWithMessage(
         binder_exception_t exception, const char* message);
 __attribute__((warn_unused_result)) AStatus* AStatus_fromServiceSpecificError(
