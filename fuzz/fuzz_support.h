@@ -69,8 +69,11 @@ inline ndk::ScopedAParcel ParcelFromBytes(const std::vector<uint8_t>& bytes) {
     return parcel;
 }
 
-// The parcel's data; empty when it holds binders or descriptors, which do not marshal.
+// The parcel's data; empty when it holds binders or descriptors, which do not marshal. Rewinds the
+// parcel first: a read that moved the position past the data (a parcelable whose size header says
+// so) makes the data size count up to the position, as on the platform.
 inline std::vector<uint8_t> BytesOf(const AParcel* parcel) {
+    AUTL_FUZZ_CHECK(AParcel_setDataPosition(parcel, 0) == STATUS_OK);
     std::vector<uint8_t> bytes(static_cast<size_t>(AParcel_getDataSize(parcel)));
     if (AParcel_marshal(parcel, bytes.data(), 0, bytes.size()) != STATUS_OK) return {};
     return bytes;

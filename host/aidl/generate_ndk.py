@@ -689,10 +689,17 @@ def cpp_type(type_ref, scope, element=False):
     target = type_ref.target
     if type_ref.array and not element:
         if target == "byte":
-            inner = "std::vector<uint8_t>"
-        else:
-            inner = f"std::vector<{cpp_type(type_ref, scope, element=True)}>"
-        return f"std::optional<{inner}>" if type_ref.nullable else inner
+            return "std::optional<std::vector<uint8_t>>" if type_ref.nullable else \
+                "std::vector<uint8_t>"
+        inner = cpp_type(type_ref, scope, element=True)
+        if not type_ref.nullable:
+            return f"std::vector<{inner}>"
+        # As the platform's: the elements of a nullable array of strings or parcelables are
+        # nullable too.
+        if target == "String" or (isinstance(target, Decl) and
+                                   target.kind in ("parcelable", "union")):
+            inner = f"std::optional<{inner}>"
+        return f"std::optional<std::vector<{inner}>>"
     if isinstance(target, str):
         if target in BUILTIN_TYPES:
             inner = BUILTIN_TYPES[target]
@@ -801,7 +808,16 @@ def template_prefix(decl):
 
 def member_expr(name):
     """A field as an expression inside a member function, clear of the locals we declare."""
-    return f"this->{name}" if name in ("parcel", "reader", "writer", "os", "rhs") else name
+    return f"this->{name}" if name in ("os", "rhs") or name.startswith("_aidl") else name
+
+
+def read_function(type_ref):
+    """The platform's reader of a field or alternative: the nullable one for @nullable."""
+    return "AParcel_readNullableData" if type_ref.nullable else "AParcel_readData"
+
+
+def write_function(type_ref):
+    return "AParcel_writeNullableData" if type_ref.nullable else "AParcel_writeData"
 
 
 UNION_HELPER_NAMES = {"Tag", "TagValue", "ValueType", "Args", "Index", "List", "kNotSelf",
@@ -1192,7 +1208,7 @@ static std::shared_ptr<{name}> fromBinder(const ::ndk::SpAIBinder& binder);
 // An interface travels as its binder; null writes a null binder.
 static binder_status_t writeToParcel(AParcel* parcel,
         const std::shared_ptr<{name}>& instance);
-// STATUS_BAD_TYPE when the binder read is not of this interface.
+// A binder that is not of this interface reads as null, as on the platform.
 static binder_status_t readFromParcel(const AParcel* parcel,
         std::shared_ptr<{name}>* instance);
 """)
@@ -1249,20 +1265,59 @@ static binder_status_t readFromParcel(const AParcel* parcel,
                 self.union_definitions(out, nested, prefix, owner)
 
     def parcelable_definitions(self, out, decl, prefix, owner):
-        for signature, framing, verb, address in [
-                ("readFromParcel(const AParcel* parcel)", "ParcelableReader reader", "Read", "&"),
-                ("writeToParcel(AParcel* parcel) const", "ParcelableWriter writer", "Write", "")]:
-            local = framing.split()[1]
-            out.block(f"{prefix}binder_status_t {owner}::{signature} {{")
-            out.indent()
-            out.line(f"::ndk::internal::{framing}(parcel);")
-            for field in decl.fields:
-                method = verb + ("Nullable" if is_nullable_handle(field.type) else "")
-                out.line(f"{local}.{method}({address}{member_expr(field.name)});")
-            out.line(f"return {local}.Finish();")
-            out.dedent()
-            out.line("}")
-            out.line()
+        # The platform's framing, written out: an int32 size header (the size of the whole
+        # parcelable, the header included), then the fields. The reader reads fields only while
+        # the position is inside the declared size, so fields that an older writer did not know
+        # keep their defaults, and then moves to the declared end, skipping fields that a newer
+        # writer added.
+        out.block(f"""
+{prefix}binder_status_t {owner}::readFromParcel(const AParcel* _aidl_parcel) {{
+    binder_status_t _aidl_ret_status = STATUS_OK;
+    int32_t _aidl_start_pos = AParcel_getDataPosition(_aidl_parcel);
+    int32_t _aidl_parcelable_size = 0;
+    _aidl_ret_status = AParcel_readInt32(_aidl_parcel, &_aidl_parcelable_size);
+    if (_aidl_ret_status != STATUS_OK) return _aidl_ret_status;
+    if (_aidl_parcelable_size < 4) return STATUS_BAD_VALUE;
+    if (_aidl_start_pos > INT32_MAX - _aidl_parcelable_size) return STATUS_BAD_VALUE;
+""")
+        out.indent()
+        for field in decl.fields:
+            out.block("""
+if (AParcel_getDataPosition(_aidl_parcel) - _aidl_start_pos >= _aidl_parcelable_size) {
+    AParcel_setDataPosition(_aidl_parcel, _aidl_start_pos + _aidl_parcelable_size);
+    return _aidl_ret_status;
+}
+""")
+            out.line(f"_aidl_ret_status = ::ndk::{read_function(field.type)}(_aidl_parcel, "
+                     f"&{member_expr(field.name)});")
+            out.line("if (_aidl_ret_status != STATUS_OK) return _aidl_ret_status;")
+        out.line("AParcel_setDataPosition(_aidl_parcel, _aidl_start_pos + _aidl_parcelable_size);")
+        out.line("return _aidl_ret_status;")
+        out.dedent()
+        out.line("}")
+        out.line()
+        out.block(f"""
+{prefix}binder_status_t {owner}::writeToParcel(AParcel* _aidl_parcel) const {{
+    binder_status_t _aidl_ret_status;
+    int32_t _aidl_start_pos = AParcel_getDataPosition(_aidl_parcel);
+    _aidl_ret_status = AParcel_writeInt32(_aidl_parcel, 0);
+    if (_aidl_ret_status != STATUS_OK) return _aidl_ret_status;
+""")
+        out.indent()
+        for field in decl.fields:
+            out.line(f"_aidl_ret_status = ::ndk::{write_function(field.type)}(_aidl_parcel, "
+                     f"{member_expr(field.name)});")
+            out.line("if (_aidl_ret_status != STATUS_OK) return _aidl_ret_status;")
+        out.block("""
+int32_t _aidl_end_pos = AParcel_getDataPosition(_aidl_parcel);
+AParcel_setDataPosition(_aidl_parcel, _aidl_start_pos);
+AParcel_writeInt32(_aidl_parcel, _aidl_end_pos - _aidl_start_pos);
+AParcel_setDataPosition(_aidl_parcel, _aidl_end_pos);
+return _aidl_ret_status;
+""")
+        out.dedent()
+        out.line("}")
+        out.line()
         out.block(f"{prefix}std::string {owner}::toString() const {{")
         out.indent()
         out.line("std::ostringstream os;")
@@ -1278,15 +1333,61 @@ static binder_status_t readFromParcel(const AParcel* parcel,
         out.line()
 
     def union_definitions(self, out, decl, prefix, owner):
+        # The platform's framing, written out: an int32 tag (the alternative's index, in
+        # declaration order), then the alternative as a field of its type; no size header. An
+        # unknown tag is STATUS_BAD_VALUE; the value changes only once the whole alternative has
+        # been read.
         out.block(f"""
-{prefix}binder_status_t {owner}::readFromParcel(const AParcel* parcel) {{
-    return ::ndk::internal::ReadUnion(parcel, &_value);
+{prefix}binder_status_t {owner}::readFromParcel(const AParcel* _aidl_parcel) {{
+    binder_status_t _aidl_ret_status;
+    int32_t _aidl_tag;
+    if ((_aidl_ret_status = ::ndk::AParcel_readData(_aidl_parcel, &_aidl_tag)) != STATUS_OK) {{
+        return _aidl_ret_status;
+    }}
+    switch (static_cast<Tag>(_aidl_tag)) {{
+""")
+        out.indent()
+        for field in decl.fields:
+            value_type = cpp_type(field.type, decl)
+            out.block(f"""
+case {field.name}: {{
+    {value_type} _aidl_value;
+    if ((_aidl_ret_status = ::ndk::{read_function(field.type)}(_aidl_parcel, &_aidl_value)) !=
+        STATUS_OK) {{
+        return _aidl_ret_status;
+    }}
+    if constexpr (std::is_trivially_copyable_v<{value_type}>) {{
+        set<{field.name}>(_aidl_value);
+    }} else {{
+        // NOLINTNEXTLINE(performance-move-const-arg)
+        set<{field.name}>(std::move(_aidl_value));
+    }}
+    return STATUS_OK;
 }}
-
-{prefix}binder_status_t {owner}::writeToParcel(AParcel* parcel) const {{
-    return ::ndk::internal::WriteUnion(parcel, _value);
-}}
-
+""")
+        out.line("}")
+        out.line("return STATUS_BAD_VALUE;")
+        out.dedent()
+        out.line("}")
+        out.line()
+        out.block(f"""
+{prefix}binder_status_t {owner}::writeToParcel(AParcel* _aidl_parcel) const {{
+    binder_status_t _aidl_ret_status =
+            ::ndk::AParcel_writeData(_aidl_parcel, static_cast<int32_t>(getTag()));
+    if (_aidl_ret_status != STATUS_OK) return _aidl_ret_status;
+    switch (getTag()) {{
+""")
+        out.indent()
+        for field in decl.fields:
+            out.line(f"case {field.name}:")
+            out.line(f"    return ::ndk::{write_function(field.type)}(_aidl_parcel, "
+                     f"get<{field.name}>());")
+        out.line("}")
+        out.line("return STATUS_BAD_VALUE;  // not reached: the value holds one of the alternatives")
+        out.dedent()
+        out.line("}")
+        out.line()
+        out.block(f"""
 {prefix}std::string {owner}::toString() const {{
     std::ostringstream os;
     os << "{decl.name}{{";
@@ -1323,6 +1424,8 @@ static binder_status_t readFromParcel(const AParcel* parcel,
         out.line("#include <string>")
         out.line()
         out.line("#include <android/binder_parcel_utils.h>")
+        if self.decl.kind == "interface" and "VintfStability" in self.decl.annotations:
+            out.line("#include <android/binder_stability.h>")
         out.line("#include <android/binder_to_string.h>")
         out.line()
         out.line(f"namespace {self.decl.namespace} {{")
@@ -1337,6 +1440,9 @@ static binder_status_t readFromParcel(const AParcel* parcel,
     def interface_definitions(self, out):
         name, bn = self.decl.name, self.bn_name()
         vintf = "VintfStability" in self.decl.annotations
+        # Unique names, as the sources of a library may be compiled as one unit.
+        mangled = self.decl.qualified.replace(".", "_")
+        on_transact, clazz = f"_aidl_{mangled}_onTransact", f"_g_aidl_{mangled}_clazz"
         out.block(f"""
 const char* {name}::descriptor = "{self.decl.qualified}";
 """)
@@ -1345,18 +1451,23 @@ const char* {name}::descriptor = "{self.decl.qualified}";
                 out.line(f"const char* {name}::{constant.name} = {cpp_string(constant.value)};")
         out.line()
         out.block(f"""
-namespace {{
+// The interface declares no methods: every transaction is unknown.
+static binder_status_t {on_transact}(
+        AIBinder* /*_aidl_binder*/, transaction_code_t /*_aidl_code*/,
+        const AParcel* /*_aidl_in*/, AParcel* /*_aidl_out*/) {{
+    return STATUS_UNKNOWN_TRANSACTION;
+}}
 
-// Host binders receive no transactions: the class only names the interface.
-AIBinder_Class* const k{name}Class = ::ndk::ICInterface::defineClass({name}::descriptor, nullptr);
-
-}}  // namespace
+static AIBinder_Class* {clazz} =
+        ::ndk::ICInterface::defineClass({name}::descriptor, {on_transact});
 
 {name}::{name}() = default;
 {name}::~{name}() = default;
 
 std::shared_ptr<{name}> {name}::fromBinder(const ::ndk::SpAIBinder& binder) {{
-    if (!AIBinder_associateClass(binder.get(), k{name}Class)) return nullptr;
+    if (!AIBinder_associateClass(binder.get(), {clazz})) {{
+        return nullptr;
+    }}
     return std::static_pointer_cast<{name}>(::ndk::ICInterface::asInterface(binder.get()));
 }}
 
@@ -1368,8 +1479,7 @@ binder_status_t {name}::readFromParcel(const AParcel* parcel, std::shared_ptr<{n
     ::ndk::SpAIBinder binder;
     binder_status_t status = AParcel_readStrongBinder(parcel, binder.getR());
     if (status != STATUS_OK) return status;
-    *instance = fromBinder(binder);
-    if (binder.get() != nullptr && *instance == nullptr) return STATUS_BAD_TYPE;
+    *instance = {name}::fromBinder(binder);
     return STATUS_OK;
 }}
 
@@ -1377,7 +1487,7 @@ binder_status_t {name}::readFromParcel(const AParcel* parcel, std::shared_ptr<{n
 {bn}::~{bn}() = default;
 
 ::ndk::SpAIBinder {bn}::createBinder() {{
-    AIBinder* binder = AIBinder_new(k{name}Class, static_cast<void*>(this));
+    AIBinder* binder = AIBinder_new({clazz}, static_cast<void*>(this));
 """)
         if vintf:
             out.line("    AIBinder_markVintfStability(binder);")

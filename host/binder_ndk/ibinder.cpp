@@ -1,4 +1,5 @@
 #include <android/binder_ibinder.h>
+#include <android/binder_stability.h>
 
 #include <atomic>
 #include <memory>
@@ -54,7 +55,8 @@ AIBinder_Class* AIBinder_Class_define(const char* interfaceDescriptor,
                                       AIBinder_Class_onCreate onCreate,
                                       AIBinder_Class_onDestroy onDestroy,
                                       AIBinder_Class_onTransact onTransact) {
-    if (interfaceDescriptor == nullptr || onCreate == nullptr || onDestroy == nullptr) {
+    if (interfaceDescriptor == nullptr || onCreate == nullptr || onDestroy == nullptr ||
+        onTransact == nullptr) {
         return nullptr;
     }
     // Classes live as long as the process, as on the platform.

@@ -1,10 +1,12 @@
 #include <android/binder_parcel.h>
 
 #include <fcntl.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -82,20 +84,40 @@ uint8_t* WriteSpan(AParcel* parcel, size_t n) {
     return parcel->data.data() + start;
 }
 
-// n bytes at the position, which moves past them and their padding; null (and the position left
-// alone) when the data does not hold them.
-const uint8_t* ReadSpan(const AParcel* parcel, size_t n) {
+// Where a read of n bytes at the position stands. Reads never cross the end of the data; a plain
+// read over the bytes of a binder or descriptor object is refused, and, as on the platform, the
+// position still moves past it.
+enum class Span { kOk, kShort, kObject };
+
+// n bytes at the position, which moves past them and their padding; null when the data does not
+// hold them (the position stays) or they overlap an object (the position moves), with *span saying
+// which.
+const uint8_t* ReadSpan(const AParcel* parcel, size_t n, Span* span = nullptr) {
     const size_t size = parcel->data.size();
-    if (n > size || parcel->position > size || Pad4(n) > size - parcel->position) return nullptr;
-    const uint8_t* span = parcel->data.data() + parcel->position;
+    const size_t start = parcel->position;
+    if (n > kMaxDataSize || start > size || Pad4(n) > size - start) {
+        if (span != nullptr) *span = Span::kShort;
+        return nullptr;
+    }
     parcel->position += Pad4(n);
-    return span;
+    for (const ParcelObject& object : parcel->objects) {
+        if (object.offset < start + Pad4(n) && object.offset + sizeof(FlatBinderObject) > start) {
+            if (span != nullptr) *span = Span::kObject;
+            return nullptr;
+        }
+    }
+    if (span != nullptr) *span = Span::kOk;
+    return parcel->data.data() + start;
 }
 
-bool HasRoomFor(const AParcel* parcel, size_t count, size_t element_size) {
+binder_status_t SpanStatus(Span span) {
+    return span == Span::kObject ? STATUS_PERMISSION_DENIED : STATUS_NOT_ENOUGH_DATA;
+}
+
+// The bytes after the position.
+size_t DataAvail(const AParcel* parcel) {
     const size_t size = parcel->data.size();
-    if (parcel->position > size) return count == 0;
-    return count <= (size - parcel->position) / element_size;
+    return parcel->position < size ? size - parcel->position : 0;
 }
 
 template <typename T>
@@ -110,49 +132,91 @@ binder_status_t WriteValue(AParcel* parcel, T value) {
 template <typename T>
 binder_status_t ReadValue(const AParcel* parcel, T* value) {
     static_assert(sizeof(T) % 4 == 0);
-    const uint8_t* span = ReadSpan(parcel, sizeof(T));
-    if (span == nullptr) return STATUS_NOT_ENOUGH_DATA;
-    std::memcpy(value, span, sizeof(T));
+    Span span;
+    const uint8_t* bytes = ReadSpan(parcel, sizeof(T), &span);
+    if (bytes == nullptr) return SpanStatus(span);
+    std::memcpy(value, bytes, sizeof(T));
     return STATUS_OK;
 }
 
-// Values narrower than 4 bytes travel as an int32.
+// An int32 read that gives 0 when it fails, as the platform's readInt32() does.
+int32_t ReadInt32OrZero(const AParcel* parcel) {
+    int32_t value = 0;
+    (void)ReadValue(parcel, &value);
+    return value;
+}
+
+// Values narrower than 4 bytes travel as an int32; a failed read still stores (zero), as on the
+// platform.
 template <typename T>
 binder_status_t ReadNarrow(const AParcel* parcel, T* value) {
-    int32_t wide;
+    int32_t wide = 0;
     binder_status_t status = ReadValue(parcel, &wide);
-    if (status == STATUS_OK) *value = static_cast<T>(wide);
+    *value = static_cast<T>(wide);
     return status;
 }
 
-// Reads an array's count: -1 (null), or a count whose elements fit in the remaining data at
-// min_element_size bytes each, so that a corrupt count never sizes a huge destination.
-binder_status_t ReadCount(const AParcel* parcel, size_t min_element_size, int32_t* count) {
-    binder_status_t status = ReadValue(parcel, count);
-    if (status != STATUS_OK) return status;
-    if (*count < -1) return STATUS_BAD_VALUE;
-    if (*count > 0 && !HasRoomFor(parcel, static_cast<size_t>(*count), min_element_size)) {
-        return STATUS_NOT_ENOUGH_DATA;
+// The platform's status of a failed system call: the errno values that have a status name keep
+// it, any other becomes STATUS_UNKNOWN_ERROR.
+binder_status_t StatusFromErrno(int error) {
+    switch (error) {
+        case ENOMEM:
+        case ENOSYS:
+        case EINVAL:
+        case ENOENT:
+        case EPERM:
+        case ENODEV:
+        case EEXIST:
+        case EPIPE:
+        case EOVERFLOW:
+        case ENODATA:
+        case EWOULDBLOCK:
+        case ETIMEDOUT:
+        case EBADMSG:
+            return -error;
+        default:
+            return STATUS_UNKNOWN_ERROR;
     }
+}
+
+// An array's count on write: -1 alone stands for the null array, which has no data; a count that
+// disagrees with the data is refused.
+binder_status_t WriteArraySize(AParcel* parcel, bool null_array, int32_t length) {
+    if (length < -1 || (!null_array && length < 0) || (null_array && length > 0)) {
+        return STATUS_BAD_VALUE;
+    }
+    return WriteValue(parcel, length);
+}
+
+// An array's count on read: -1 (null) or a count no larger than the bytes left, so that a corrupt
+// count never sizes a huge destination. A larger count is STATUS_NO_MEMORY, as on the platform.
+binder_status_t ReadArraySize(const AParcel* parcel, int32_t* length) {
+    binder_status_t status = ReadValue(parcel, length);
+    if (status != STATUS_OK) return status;
+    if (*length < -1) return STATUS_BAD_VALUE;
+    if (*length <= 0) return STATUS_OK;
+    if (static_cast<size_t>(*length) > DataAvail(parcel)) return STATUS_NO_MEMORY;
     return STATUS_OK;
 }
 
-// The null array is a count of -1 with no data; any other negative count, or a positive one
-// without data, is refused.
-binder_status_t WriteNullArray(AParcel* parcel, int32_t length) {
-    if (length != -1) return STATUS_BAD_VALUE;
-    return WriteValue<int32_t>(parcel, -1);
+// The status of an allocator that refused: the refused null array is a null where a value is
+// required, any other refusal a failed allocation.
+binder_status_t RefusedAllocation(int32_t length) {
+    return length < 0 ? STATUS_UNEXPECTED_NULL : STATUS_NO_MEMORY;
 }
 
-// Contiguous arrays of 4- or 8-byte numbers.
+// Contiguous arrays of 1-, 4- or 8-byte numbers; bytes are packed and padded.
 template <typename T>
 binder_status_t WriteNumberArray(AParcel* parcel, const T* data, int32_t length) {
-    if (length < 0 || (length > 0 && data == nullptr)) return WriteNullArray(parcel, length);
-    binder_status_t status = WriteValue<int32_t>(parcel, length);
-    if (status != STATUS_OK) return status;
-    uint8_t* span = WriteSpan(parcel, sizeof(T) * static_cast<size_t>(length));
+    binder_status_t status = WriteArraySize(parcel, data == nullptr, length);
+    if (status != STATUS_OK || length <= 0) return status;
+    int32_t size = 0;
+    if (__builtin_mul_overflow(static_cast<int32_t>(sizeof(T)), length, &size)) {
+        return STATUS_NO_MEMORY;
+    }
+    uint8_t* span = WriteSpan(parcel, static_cast<size_t>(size));
     if (span == nullptr) return STATUS_NO_MEMORY;
-    if (length > 0) std::memcpy(span, data, sizeof(T) * static_cast<size_t>(length));
+    std::memcpy(span, data, static_cast<size_t>(size));
     return STATUS_OK;
 }
 
@@ -160,26 +224,32 @@ template <typename T>
 binder_status_t ReadNumberArray(const AParcel* parcel, void* array_data,
                                 bool (*allocator)(void*, int32_t, T**)) {
     int32_t length;
-    binder_status_t status = ReadCount(parcel, sizeof(T), &length);
+    binder_status_t status = ReadArraySize(parcel, &length);
     if (status != STATUS_OK) return status;
     T* array = nullptr;
-    if (length < 0) return allocator(array_data, -1, &array) ? STATUS_OK : STATUS_UNEXPECTED_NULL;
-    if (!allocator(array_data, length, &array)) return STATUS_NO_MEMORY;
-    if (length == 0) return STATUS_OK;
+    if (!allocator(array_data, length, &array)) return RefusedAllocation(length);
+    if (length <= 0) return STATUS_OK;
     if (array == nullptr) return STATUS_NO_MEMORY;
-    const uint8_t* span = ReadSpan(parcel, sizeof(T) * static_cast<size_t>(length));
-    if (span == nullptr) return STATUS_NOT_ENOUGH_DATA;
-    std::memcpy(array, span, sizeof(T) * static_cast<size_t>(length));
+    int32_t size = 0;
+    if (__builtin_mul_overflow(static_cast<int32_t>(sizeof(T)), length, &size)) {
+        return STATUS_NO_MEMORY;
+    }
+    const uint8_t* span = ReadSpan(parcel, static_cast<size_t>(size));
+    if (span == nullptr) return STATUS_NO_MEMORY;
+    std::memcpy(array, span, static_cast<size_t>(size));
     return STATUS_OK;
 }
 
 binder_status_t WriteUtf16(AParcel* parcel, const char* string, int32_t length) {
-    if (string == nullptr || length < 0) {
-        if (string != nullptr || length != -1) return STATUS_BAD_VALUE;
+    if (string == nullptr) {
+        if (length != -1) return STATUS_BAD_VALUE;
         return WriteValue<int32_t>(parcel, -1);
     }
+    if (length < 0) return STATUS_BAD_VALUE;
     const auto utf16 = ndk::internal::Utf8ToUtf16(std::string_view(string, length));
-    if (!utf16.has_value() || utf16->size() >= kMaxDataSize / 2) return STATUS_BAD_VALUE;
+    if (!utf16.has_value() || utf16->size() >= static_cast<size_t>(INT32_MAX)) {
+        return STATUS_BAD_VALUE;
+    }
     binder_status_t status = WriteValue(parcel, static_cast<int32_t>(utf16->size()));
     if (status != STATUS_OK) return status;
     const size_t bytes = (utf16->size() + 1) * sizeof(char16_t);
@@ -189,38 +259,30 @@ binder_status_t WriteUtf16(AParcel* parcel, const char* string, int32_t length) 
     return STATUS_OK;
 }
 
-// Reads a string as UTF-8; nullopt with STATUS_OK is the null string.
-binder_status_t ReadUtf8(const AParcel* parcel, std::optional<std::string>* utf8) {
-    int32_t length;
-    binder_status_t status = ReadValue(parcel, &length);
-    if (status != STATUS_OK) return status;
-    if (length == -1) {
-        utf8->reset();
-        return STATUS_OK;
-    }
-    if (length < 0) return STATUS_BAD_VALUE;
-    if (!HasRoomFor(parcel, static_cast<size_t>(length) + 1, sizeof(char16_t))) {
-        return STATUS_NOT_ENOUGH_DATA;
-    }
-    const uint8_t* span = ReadSpan(parcel, (static_cast<size_t>(length) + 1) * sizeof(char16_t));
-    if (span == nullptr) return STATUS_NOT_ENOUGH_DATA;
-    std::u16string utf16(static_cast<size_t>(length) + 1, u'\0');
-    std::memcpy(utf16.data(), span, utf16.size() * sizeof(char16_t));
-    if (utf16.back() != u'\0') return STATUS_BAD_VALUE;
+// Reads a string as the platform does: nullopt for the null string and for any malformed one (a
+// count below 0, a count past the data, a missing NUL), which its callers cannot tell apart.
+std::optional<std::string> ReadUtf8(const AParcel* parcel) {
+    const int32_t length = ReadInt32OrZero(parcel);
+    if (length < 0 || length == INT32_MAX) return std::nullopt;
+    const size_t units = static_cast<size_t>(length) + 1;
+    const uint8_t* span = ReadSpan(parcel, units * sizeof(char16_t));
+    if (span == nullptr) return std::nullopt;
+    std::u16string utf16(units, u'\0');
+    std::memcpy(utf16.data(), span, units * sizeof(char16_t));
+    if (utf16.back() != u'\0') return std::nullopt;
     utf16.pop_back();
-    *utf8 = ndk::internal::Utf16ToUtf8(utf16);
-    return utf8->has_value() ? STATUS_OK : STATUS_BAD_VALUE;
+    return ndk::internal::Utf16ToUtf8(utf16);
 }
 
-// Hands a string to a caller's allocator: length counts the NUL; -1 offers the null string.
-binder_status_t DeliverString(const std::optional<std::string>& utf8,
-                              bool (*allocate)(char** buffer, int32_t length, void* context),
-                              void* context) {
+// Hands a string to a caller's allocator: length counts the NUL. A null string is offered as the
+// length -1 with a null buffer pointer, as on the platform.
+template <typename Allocate>
+binder_status_t DeliverString(const std::optional<std::string>& utf8, Allocate allocate) {
+    if (!utf8.has_value()) return allocate(-1, nullptr) ? STATUS_OK : STATUS_UNEXPECTED_NULL;
+    if (utf8->size() >= static_cast<size_t>(INT32_MAX)) return STATUS_BAD_VALUE;
     char* buffer = nullptr;
-    if (!utf8.has_value())
-        return allocate(&buffer, -1, context) ? STATUS_OK : STATUS_UNEXPECTED_NULL;
     const int32_t length = static_cast<int32_t>(utf8->size() + 1);
-    if (!allocate(&buffer, length, context) || buffer == nullptr) return STATUS_NO_MEMORY;
+    if (!allocate(length, &buffer) || buffer == nullptr) return STATUS_NO_MEMORY;
     std::memcpy(buffer, utf8->c_str(), utf8->size() + 1);
     return STATUS_OK;
 }
@@ -237,22 +299,29 @@ binder_status_t WriteObject(AParcel* parcel, const FlatBinderObject& object, Par
     return STATUS_OK;
 }
 
-// The object that the parcel holds at the position, moving past it; null when there is none, with
-// *status saying why.
-const ParcelObject* ReadObject(const AParcel* parcel, FlatBinderObject* object,
-                               binder_status_t* status) {
+// Reads the object bytes at the position, moving past them when the data holds them. *held is the
+// object the parcel holds there, or null: bytes written as data or copied in carry no object.
+bool ReadObject(const AParcel* parcel, FlatBinderObject* object, const ParcelObject** held) {
     const size_t offset = parcel->position;
-    const uint8_t* span = ReadSpan(parcel, sizeof(*object));
-    if (span == nullptr) {
-        *status = STATUS_NOT_ENOUGH_DATA;
-        return nullptr;
+    const size_t size = parcel->data.size();
+    if (offset > size || sizeof(*object) > size - offset) return false;
+    std::memcpy(object, parcel->data.data() + offset, sizeof(*object));
+    parcel->position += sizeof(*object);
+    *held = nullptr;
+    for (const ParcelObject& candidate : parcel->objects) {
+        if (candidate.offset == offset) *held = &candidate;
     }
-    std::memcpy(object, span, sizeof(*object));
-    *status = STATUS_OK;
-    for (const ParcelObject& held : parcel->objects) {
-        if (held.offset == offset) return &held;
+    return true;
+}
+
+// The descriptor of the object at the position, or -1: the platform's readFileDescriptor().
+int ReadFileDescriptor(const AParcel* parcel) {
+    FlatBinderObject object;
+    const ParcelObject* held = nullptr;
+    if (!ReadObject(parcel, &object, &held) || held == nullptr || object.type != kTypeFd) {
+        return -1;
     }
-    return nullptr;
+    return held->fd.get();
 }
 
 }  // namespace
@@ -351,9 +420,9 @@ binder_status_t AParcel_readDouble(const AParcel* parcel, double* value) {
     return ReadValue(parcel, value);
 }
 binder_status_t AParcel_readBool(const AParcel* parcel, bool* value) {
-    int32_t wide;
+    int32_t wide = 0;
     binder_status_t status = ReadValue(parcel, &wide);
-    if (status == STATUS_OK) *value = wide != 0;
+    *value = wide != 0;
     return status;
 }
 binder_status_t AParcel_readChar(const AParcel* parcel, char16_t* value) {
@@ -369,20 +438,9 @@ binder_status_t AParcel_writeString(AParcel* parcel, const char* string, int32_t
 
 binder_status_t AParcel_readString(const AParcel* parcel, void* stringData,
                                    AParcel_stringAllocator allocator) {
-    std::optional<std::string> utf8;
-    binder_status_t status = ReadUtf8(parcel, &utf8);
-    if (status != STATUS_OK) return status;
-    struct Context {
-        void* data;
-        AParcel_stringAllocator allocator;
-    } context{stringData, allocator};
-    return DeliverString(
-            utf8,
-            [](char** buffer, int32_t length, void* c) {
-                auto* context = static_cast<Context*>(c);
-                return context->allocator(context->data, length, buffer);
-            },
-            &context);
+    return DeliverString(ReadUtf8(parcel), [&](int32_t length, char** buffer) {
+        return allocator(stringData, length, buffer);
+    });
 }
 
 binder_status_t AParcel_writeInt32Array(AParcel* parcel, const int32_t* arrayData, int32_t length) {
@@ -407,10 +465,7 @@ binder_status_t AParcel_writeDoubleArray(AParcel* parcel, const double* arrayDat
 }
 
 binder_status_t AParcel_writeCharArray(AParcel* parcel, const char16_t* arrayData, int32_t length) {
-    if (length < 0 || (length > 0 && arrayData == nullptr)) {
-        return WriteNullArray(parcel, length);
-    }
-    binder_status_t status = WriteValue(parcel, length);
+    binder_status_t status = WriteArraySize(parcel, arrayData == nullptr, length);
     for (int32_t i = 0; status == STATUS_OK && i < length; ++i) {
         status = AParcel_writeChar(parcel, arrayData[i]);
     }
@@ -418,21 +473,12 @@ binder_status_t AParcel_writeCharArray(AParcel* parcel, const char16_t* arrayDat
 }
 
 binder_status_t AParcel_writeByteArray(AParcel* parcel, const int8_t* arrayData, int32_t length) {
-    if (length < 0 || (length > 0 && arrayData == nullptr)) {
-        return WriteNullArray(parcel, length);
-    }
-    binder_status_t status = WriteValue(parcel, length);
-    if (status != STATUS_OK) return status;
-    uint8_t* span = WriteSpan(parcel, static_cast<size_t>(length));
-    if (span == nullptr) return STATUS_NO_MEMORY;
-    if (length > 0) std::memcpy(span, arrayData, static_cast<size_t>(length));
-    return STATUS_OK;
+    return WriteNumberArray(parcel, arrayData, length);
 }
 
 binder_status_t AParcel_writeBoolArray(AParcel* parcel, const void* arrayData, int32_t length,
                                        AParcel_boolArrayGetter getter) {
-    if (length < 0) return WriteNullArray(parcel, length);
-    binder_status_t status = WriteValue(parcel, length);
+    binder_status_t status = WriteArraySize(parcel, length < 0, length);
     for (int32_t i = 0; status == STATUS_OK && i < length; ++i) {
         status = AParcel_writeBool(parcel, getter(arrayData, static_cast<size_t>(i)));
     }
@@ -467,13 +513,12 @@ binder_status_t AParcel_readDoubleArray(const AParcel* parcel, void* arrayData,
 binder_status_t AParcel_readCharArray(const AParcel* parcel, void* arrayData,
                                       AParcel_charArrayAllocator allocator) {
     int32_t length;
-    binder_status_t status = ReadCount(parcel, sizeof(int32_t), &length);
+    binder_status_t status = ReadArraySize(parcel, &length);
     if (status != STATUS_OK) return status;
     char16_t* array = nullptr;
-    if (length < 0) return allocator(arrayData, -1, &array) ? STATUS_OK : STATUS_UNEXPECTED_NULL;
-    if (!allocator(arrayData, length, &array) || (length > 0 && array == nullptr)) {
-        return STATUS_NO_MEMORY;
-    }
+    if (!allocator(arrayData, length, &array)) return RefusedAllocation(length);
+    if (length <= 0) return STATUS_OK;
+    if (array == nullptr) return STATUS_NO_MEMORY;
     for (int32_t i = 0; status == STATUS_OK && i < length; ++i) {
         status = AParcel_readChar(parcel, &array[i]);
     }
@@ -482,28 +527,16 @@ binder_status_t AParcel_readCharArray(const AParcel* parcel, void* arrayData,
 
 binder_status_t AParcel_readByteArray(const AParcel* parcel, void* arrayData,
                                       AParcel_byteArrayAllocator allocator) {
-    int32_t length;
-    binder_status_t status = ReadCount(parcel, 1, &length);
-    if (status != STATUS_OK) return status;
-    int8_t* array = nullptr;
-    if (length < 0) return allocator(arrayData, -1, &array) ? STATUS_OK : STATUS_UNEXPECTED_NULL;
-    const uint8_t* span = ReadSpan(parcel, static_cast<size_t>(length));
-    if (span == nullptr) return STATUS_NOT_ENOUGH_DATA;
-    if (!allocator(arrayData, length, &array) || (length > 0 && array == nullptr)) {
-        return STATUS_NO_MEMORY;
-    }
-    if (length > 0) std::memcpy(array, span, static_cast<size_t>(length));
-    return STATUS_OK;
+    return ReadNumberArray(parcel, arrayData, allocator);
 }
 
 binder_status_t AParcel_readBoolArray(const AParcel* parcel, void* arrayData,
                                       AParcel_boolArrayAllocator allocator,
                                       AParcel_boolArraySetter setter) {
     int32_t length;
-    binder_status_t status = ReadCount(parcel, sizeof(int32_t), &length);
+    binder_status_t status = ReadArraySize(parcel, &length);
     if (status != STATUS_OK) return status;
-    if (length < 0) return allocator(arrayData, -1) ? STATUS_OK : STATUS_UNEXPECTED_NULL;
-    if (!allocator(arrayData, length)) return STATUS_NO_MEMORY;
+    if (!allocator(arrayData, length)) return RefusedAllocation(length);
     for (int32_t i = 0; status == STATUS_OK && i < length; ++i) {
         bool value;
         status = AParcel_readBool(parcel, &value);
@@ -514,64 +547,48 @@ binder_status_t AParcel_readBoolArray(const AParcel* parcel, void* arrayData,
 
 binder_status_t AParcel_writeStringArray(AParcel* parcel, const void* arrayData, int32_t length,
                                          AParcel_stringArrayElementGetter getter) {
-    if (length < 0) return WriteNullArray(parcel, length);
-    binder_status_t status = WriteValue(parcel, length);
+    binder_status_t status = WriteArraySize(parcel, length < 0, length);
     for (int32_t i = 0; status == STATUS_OK && i < length; ++i) {
-        int32_t element_length = -1;
+        int32_t element_length = 0;
         const char* element = getter(arrayData, static_cast<size_t>(i), &element_length);
+        if (element == nullptr && element_length != -1) return STATUS_BAD_VALUE;
         status = WriteUtf16(parcel, element, element_length);
     }
     return status;
 }
 
+// A refused allocation is STATUS_NO_MEMORY here even for the null array, as on the platform.
 binder_status_t AParcel_readStringArray(const AParcel* parcel, void* arrayData,
                                         AParcel_stringArrayAllocator allocator,
                                         AParcel_stringArrayElementAllocator elementAllocator) {
     int32_t length;
-    // The smallest string is 8 bytes: its count and its NUL, padded.
-    binder_status_t status = ReadCount(parcel, 8, &length);
+    binder_status_t status = ReadArraySize(parcel, &length);
     if (status != STATUS_OK) return status;
-    if (length < 0) return allocator(arrayData, -1) ? STATUS_OK : STATUS_UNEXPECTED_NULL;
     if (!allocator(arrayData, length)) return STATUS_NO_MEMORY;
-    struct Context {
-        void* data;
-        size_t index;
-        AParcel_stringArrayElementAllocator allocator;
-    } context{arrayData, 0, elementAllocator};
     for (int32_t i = 0; status == STATUS_OK && i < length; ++i) {
-        std::optional<std::string> utf8;
-        status = ReadUtf8(parcel, &utf8);
-        if (status != STATUS_OK) break;
-        context.index = static_cast<size_t>(i);
-        status = DeliverString(
-                utf8,
-                [](char** buffer, int32_t string_length, void* c) {
-                    auto* context = static_cast<Context*>(c);
-                    return context->allocator(context->data, context->index, string_length, buffer);
-                },
-                &context);
+        status = DeliverString(ReadUtf8(parcel), [&](int32_t string_length, char** buffer) {
+            return elementAllocator(arrayData, static_cast<size_t>(i), string_length, buffer);
+        });
     }
     return status;
 }
 
 binder_status_t AParcel_writeParcelableArray(AParcel* parcel, const void* arrayData, int32_t length,
                                              AParcel_writeParcelableElement elementWriter) {
-    if (length < 0) return WriteNullArray(parcel, length);
-    binder_status_t status = WriteValue(parcel, length);
+    binder_status_t status = WriteArraySize(parcel, length < 0, length);
     for (int32_t i = 0; status == STATUS_OK && i < length; ++i) {
         status = elementWriter(parcel, arrayData, static_cast<size_t>(i));
     }
     return status;
 }
 
+// A refused allocation is STATUS_NO_MEMORY here even for the null array, as on the platform.
 binder_status_t AParcel_readParcelableArray(const AParcel* parcel, void* arrayData,
                                             AParcel_parcelableArrayAllocator allocator,
                                             AParcel_readParcelableElement elementReader) {
     int32_t length;
-    // Every element takes at least 4 bytes (a marker, a count or a header).
-    binder_status_t status = ReadCount(parcel, 4, &length);
+    binder_status_t status = ReadArraySize(parcel, &length);
     if (status != STATUS_OK) return status;
-    if (length < 0) return allocator(arrayData, -1) ? STATUS_OK : STATUS_UNEXPECTED_NULL;
     if (!allocator(arrayData, length)) return STATUS_NO_MEMORY;
     for (int32_t i = 0; status == STATUS_OK && i < length; ++i) {
         status = elementReader(parcel, arrayData, static_cast<size_t>(i));
@@ -596,37 +613,41 @@ binder_status_t AParcel_writeStrongBinder(AParcel* parcel, AIBinder* binder) {
 }
 
 binder_status_t AParcel_readStrongBinder(const AParcel* parcel, AIBinder** binder) {
-    const size_t start = parcel->position;
     FlatBinderObject object;
-    binder_status_t status;
-    const ParcelObject* held = ReadObject(parcel, &object, &status);
+    const ParcelObject* held = nullptr;
+    if (!ReadObject(parcel, &object, &held)) return STATUS_BAD_TYPE;
+    AIBinder* found = nullptr;
+    if (held != nullptr && held->binder.get() != nullptr && object.type == kTypeBinder) {
+        found = held->binder.get();
+    } else if (held != nullptr || object.type != kTypeBinder || object.binder_or_handle != 0 ||
+               object.cookie != 0) {
+        // Not a binder this parcel holds: bytes copied in, or another kind of object.
+        return STATUS_BAD_TYPE;
+    }
     int32_t stability;
-    if (status == STATUS_OK) status = ReadValue(parcel, &stability);
-    if (status != STATUS_OK) {
-        parcel->position = start;
-        return status;
+    binder_status_t status = ReadValue(parcel, &stability);
+    if (status != STATUS_OK) return status;
+    // A null binder is always written as undeclared.
+    if (found == nullptr && stability != ndk::internal::GetStability(nullptr)) {
+        return STATUS_BAD_TYPE;
     }
-    if (held != nullptr && held->binder.get() != nullptr) {
-        AIBinder_incStrong(held->binder.get());
-        *binder = held->binder.get();
-        return STATUS_OK;
-    }
-    if (held == nullptr && object.type == kTypeBinder && object.binder_or_handle == 0 &&
-        object.cookie == 0) {
-        *binder = nullptr;
-        return STATUS_OK;
-    }
-    return STATUS_BAD_TYPE;
+    if (found != nullptr) AIBinder_incStrong(found);
+    *binder = found;
+    return STATUS_OK;
 }
 
+// A descriptor travels as a ParcelFileDescriptor: the int32 1 (not null), the int32 0 (it has no
+// communication channel), then its object. The parcel holds a duplicate.
 binder_status_t AParcel_writeParcelFileDescriptor(AParcel* parcel, int fd) {
     if (fd < 0) {
-        if (fd != -1) return STATUS_BAD_VALUE;
+        if (fd != -1) return STATUS_UNKNOWN_ERROR;
         return WriteValue<int32_t>(parcel, 0);
     }
-    ndk::ScopedFileDescriptor copy(fcntl(fd, F_DUPFD_CLOEXEC, 0));
-    if (copy.get() < 0) return errno == EBADF ? STATUS_BAD_VALUE : -errno;
     binder_status_t status = WriteValue<int32_t>(parcel, 1);
+    if (status != STATUS_OK) return status;
+    ndk::ScopedFileDescriptor copy(fcntl(fd, F_DUPFD_CLOEXEC, 0));
+    if (copy.get() < 0) return StatusFromErrno(errno);
+    status = WriteValue<int32_t>(parcel, 0);
     if (status != STATUS_OK) return status;
     const FlatBinderObject object{kTypeFd, 0, static_cast<uint32_t>(copy.get()), 1};
     ParcelObject held{0, ndk::SpAIBinder(), std::move(copy)};
@@ -642,14 +663,23 @@ binder_status_t AParcel_readParcelFileDescriptor(const AParcel* parcel, int* fd)
         *fd = -1;
         return STATUS_OK;
     }
-    FlatBinderObject object;
-    const ParcelObject* held = ReadObject(parcel, &object, &status);
-    if (status != STATUS_OK || held == nullptr || held->fd.get() < 0) {
-        parcel->position = start;
-        return status != STATUS_OK ? status : STATUS_BAD_TYPE;
+    parcel->position = start;
+    // The platform reads the marker once more, as a ParcelFileDescriptor's own: only 1 is valid.
+    if (ReadInt32OrZero(parcel) != 1) return STATUS_UNEXPECTED_NULL;
+    const int32_t has_comm = ReadInt32OrZero(parcel);
+    const int held = ReadFileDescriptor(parcel);
+    if (has_comm != 0) {
+        // A descriptor with a communication channel is detached by telling the sender so.
+        const int comm = ReadFileDescriptor(parcel);
+        const uint32_t detached = __builtin_bswap32(2);
+        if (comm < 0 || TEMP_FAILURE_RETRY(write(comm, &detached, sizeof(detached))) !=
+                                static_cast<ssize_t>(sizeof(detached))) {
+            return STATUS_BAD_TYPE;
+        }
     }
-    const int copy = fcntl(held->fd.get(), F_DUPFD_CLOEXEC, 0);
-    if (copy < 0) return -errno;
+    if (held < 0) return STATUS_BAD_TYPE;
+    const int copy = fcntl(held, F_DUPFD_CLOEXEC, 0);
+    if (copy < 0) return STATUS_BAD_VALUE;
     *fd = copy;
     return STATUS_OK;
 }

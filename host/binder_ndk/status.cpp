@@ -34,8 +34,6 @@ const char* ExceptionName(binder_exception_t exception) {
             return "EX_SERVICE_SPECIFIC";
         case EX_PARCELABLE:
             return "EX_PARCELABLE";
-        case EX_HAS_REPLY_HEADER:
-            return "EX_HAS_REPLY_HEADER";
         case EX_TRANSACTION_FAILED:
             return "EX_TRANSACTION_FAILED";
         default:

@@ -67,22 +67,34 @@ class GenerateNdkTest(unittest.TestCase):
     def test_parcelable_source(self):
         path = self.write("Thing.aidl", "package a.b;\n\nparcelable Thing {\n"
                           "    const long NONE = -1;\n    long at = NONE;\n"
-                          "    @nullable @utf8InCpp String name;\n}\n")
+                          "    @nullable @utf8InCpp String[] names;\n}\n")
         self.assertEqual((0, ""), self.run_generator(path))
         with open(os.path.join(self.out, "a", "b", "Thing.cpp")) as f:
             source = f.read()
         self.assertIn(
-            "binder_status_t Thing::readFromParcel(const AParcel* parcel) {\n"
-            "    ::ndk::internal::ParcelableReader reader(parcel);\n"
-            "    reader.Read(&at);\n"
-            "    reader.Read(&name);\n"
-            "    return reader.Finish();\n"
+            "    _aidl_ret_status = ::ndk::AParcel_readNullableData(_aidl_parcel, &names);\n",
+            source)
+        self.assertIn(
+            "binder_status_t Thing::writeToParcel(AParcel* _aidl_parcel) const {\n"
+            "    binder_status_t _aidl_ret_status;\n"
+            "    int32_t _aidl_start_pos = AParcel_getDataPosition(_aidl_parcel);\n"
+            "    _aidl_ret_status = AParcel_writeInt32(_aidl_parcel, 0);\n"
+            "    if (_aidl_ret_status != STATUS_OK) return _aidl_ret_status;\n"
+            "    _aidl_ret_status = ::ndk::AParcel_writeData(_aidl_parcel, at);\n"
+            "    if (_aidl_ret_status != STATUS_OK) return _aidl_ret_status;\n"
+            "    _aidl_ret_status = ::ndk::AParcel_writeNullableData(_aidl_parcel, names);\n"
+            "    if (_aidl_ret_status != STATUS_OK) return _aidl_ret_status;\n"
+            "    int32_t _aidl_end_pos = AParcel_getDataPosition(_aidl_parcel);\n"
+            "    AParcel_setDataPosition(_aidl_parcel, _aidl_start_pos);\n"
+            "    AParcel_writeInt32(_aidl_parcel, _aidl_end_pos - _aidl_start_pos);\n"
+            "    AParcel_setDataPosition(_aidl_parcel, _aidl_end_pos);\n"
+            "    return _aidl_ret_status;\n"
             "}\n", source)
         with open(os.path.join(self.out, "include", "aidl", "a", "b", "Thing.h")) as f:
             header = f.read()
         self.assertIn("    enum : int64_t { NONE = -1 };\n\n"
                       "    int64_t at = -1;\n"
-                      "    std::optional<std::string> name{};\n", header)
+                      "    std::optional<std::vector<std::optional<std::string>>> names{};\n", header)
 
     def test_list_parcelables_names_nested_and_skips_generic_and_others(self):
         paths = [

@@ -34,11 +34,12 @@ ndk::ScopedAParcel Unmarshal(const Bytes& bytes) {
     return parcel;
 }
 
-// Writes value with the C++ helpers and returns the parcel's bytes.
+// Writes value with the C++ helpers (of a @nullable field, which treat the other types as any
+// field) and returns the parcel's bytes.
 template <typename T>
 Bytes Encode(const T& value) {
     ndk::ScopedAParcel parcel(AParcel_create());
-    EXPECT_EQ(STATUS_OK, ndk::AParcel_writeData(parcel.get(), value));
+    EXPECT_EQ(STATUS_OK, ndk::AParcel_writeNullableData(parcel.get(), value));
     return Marshal(parcel);
 }
 
@@ -47,7 +48,7 @@ template <typename T>
 std::pair<binder_status_t, T> Decode(const Bytes& bytes) {
     ndk::ScopedAParcel parcel = Unmarshal(bytes);
     T value{};
-    binder_status_t status = ndk::AParcel_readData(parcel.get(), &value);
+    binder_status_t status = ndk::AParcel_readNullableData(parcel.get(), &value);
     return {status, std::move(value)};
 }
 
@@ -73,9 +74,7 @@ void ExpectWire(const T& value, const Bytes& bytes) {
 
 TEST(ParcelTest, Primitives_WireBytes) {
     ExpectWire<int32_t>(960, {0xC0, 0x03, 0, 0});
-    ExpectWire<uint32_t>(0xDEADBEEF, {0xEF, 0xBE, 0xAD, 0xDE});
     ExpectWire<int64_t>(INT64_MIN + 1, {1, 0, 0, 0, 0, 0, 0, 0x80});
-    ExpectWire<uint64_t>(UINT64_MAX - 1, {0xFE, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF});
     ExpectWire<float>(0.5f, {0, 0, 0, 0x3F});
     ExpectWire<double>(-0.5, {0, 0, 0, 0, 0, 0, 0xE0, 0xBF});
     // Narrow values travel as an int32.
@@ -83,7 +82,8 @@ TEST(ParcelTest, Primitives_WireBytes) {
     ExpectWire<int8_t>(-2, {0xFE, 0xFF, 0xFF, 0xFF});
     ExpectWire<char16_t>(u'€', {0xAC, 0x20, 0, 0});
 
-    // A read that does not fit leaves the value and the position alone.
+    // A read that does not fit leaves the position alone, and the value too, except that narrow
+    // values are set to zero, as on the platform.
     ndk::ScopedAParcel parcel = Unmarshal(Bytes{1, 2, 3, 4});
     int64_t wide = 7;
     EXPECT_EQ(STATUS_NOT_ENOUGH_DATA, AParcel_readInt64(parcel.get(), &wide));
@@ -91,8 +91,9 @@ TEST(ParcelTest, Primitives_WireBytes) {
     EXPECT_EQ(7, wide);
     int8_t byte = 0;
     EXPECT_EQ(STATUS_OK, AParcel_readByte(parcel.get(), &byte));
-    EXPECT_EQ(STATUS_NOT_ENOUGH_DATA, AParcel_readByte(parcel.get(), &byte));
     EXPECT_EQ(1, byte);
+    EXPECT_EQ(STATUS_NOT_ENOUGH_DATA, AParcel_readByte(parcel.get(), &byte));
+    EXPECT_EQ(0, byte);
 }
 
 TEST(ParcelTest, Strings_WireBytesAndBadInput) {
@@ -102,26 +103,55 @@ TEST(ParcelTest, Strings_WireBytesAndBadInput) {
     ExpectWire(std::string("ab"), {2, 0, 0, 0, 'a', 0, 'b', 0, 0, 0, 0, 0});
     ExpectWire(std::string("\xC3\xA9"), {1, 0, 0, 0, 0xE9, 0, 0, 0});
     ExpectWire(std::string("\xE2\x82\xAC"), {1, 0, 0, 0, 0xAC, 0x20, 0, 0});
-    ExpectWire(std::string("\xF0\x9F\x98\x80"), {2, 0, 0, 0, 0x3D, 0xD8, 0x00, 0xDE, 0, 0, 0, 0});
-    ExpectWire(std::optional<std::string>(), {0xFF, 0xFF, 0xFF, 0xFF});
-    EXPECT_EQ(STATUS_UNEXPECTED_NULL, Decode<std::string>(Bytes{0xFF, 0xFF, 0xFF, 0xFF}).first);
+    ExpectWire(std::string("\xF4\x8F\xBF\xBF"), {2, 0, 0, 0, 0xFF, 0xDB, 0xFF, 0xDF, 0, 0, 0, 0});
 
-    ndk::ScopedAParcel parcel(AParcel_create());
-    // Invalid UTF-8: a lone continuation byte, an overlong form, an encoded surrogate, a cut
-    // sequence.
-    for (const char* bad : {"\x80", "\xC0\xAF", "\xED\xA0\x80", "\xE2\x82"}) {
-        EXPECT_EQ(STATUS_BAD_VALUE, AParcel_writeString(parcel.get(), bad, strlen(bad))) << bad;
-    }
-    EXPECT_EQ(STATUS_BAD_VALUE, AParcel_writeString(parcel.get(), nullptr, 3));
-    EXPECT_EQ(0, AParcel_getDataSize(parcel.get()));
-    const BadCase kCases[] = {
-            {"count past the end", {5, 0, 0, 0, 'a', 0, 0, 0}, STATUS_NOT_ENOUGH_DATA},
-            {"huge count", {0xFF, 0xFF, 0xFF, 0x7F, 0, 0, 0, 0}, STATUS_NOT_ENOUGH_DATA},
-            {"count below -1", {0xFE, 0xFF, 0xFF, 0xFF}, STATUS_BAD_VALUE},
-            {"no NUL", {1, 0, 0, 0, 'a', 0, 'b', 0}, STATUS_BAD_VALUE},
-            {"unpaired surrogate", {1, 0, 0, 0, 0x00, 0xD8, 0, 0}, STATUS_BAD_VALUE},
+    // UTF-8 is converted as leniently as on the platform: only a sequence cut off by the end
+    // fails. A lone continuation byte stays a character, an overlong form is decoded, an encoded
+    // surrogate is written as it is (and dropped on the way back).
+    const struct {
+        const char* utf8;
+        Bytes wire;  // empty: STATUS_BAD_VALUE
+    } kWrites[] = {
+            {"\x80", {1, 0, 0, 0, 0x80, 0, 0, 0}},
+            {"\xC0\xAF", {1, 0, 0, 0, '/', 0, 0, 0}},
+            {"\xED\xA0\x80", {1, 0, 0, 0, 0x00, 0xD8, 0, 0}},
+            {"\xE2\x82", {}},
     };
-    for (const auto& c : kCases) EXPECT_EQ(c.status, Decode<std::string>(c.bytes).first) << c.what;
+    for (const auto& c : kWrites) {
+        ndk::ScopedAParcel parcel(AParcel_create());
+        EXPECT_EQ(c.wire.empty() ? STATUS_BAD_VALUE : STATUS_OK,
+                  AParcel_writeString(parcel.get(), c.utf8, strlen(c.utf8)))
+                << c.utf8;
+        EXPECT_EQ(c.wire, Marshal(parcel)) << c.utf8;
+    }
+    ndk::ScopedAParcel parcel(AParcel_create());
+    EXPECT_EQ(STATUS_BAD_VALUE, AParcel_writeString(parcel.get(), nullptr, 3));
+    EXPECT_EQ(STATUS_BAD_VALUE, AParcel_writeString(parcel.get(), "a", -1));
+
+    // The platform reads every malformed string as the null string: a required one fails with
+    // STATUS_UNEXPECTED_NULL, a nullable one reads as null. Unpaired surrogates are dropped.
+    const struct {
+        const char* what;
+        Bytes bytes;
+        std::optional<std::string> value;
+    } kReads[] = {
+            {"null", {0xFF, 0xFF, 0xFF, 0xFF}, std::nullopt},
+            {"count past the end", {5, 0, 0, 0, 'a', 0, 0, 0}, std::nullopt},
+            {"huge count", {0xFF, 0xFF, 0xFF, 0x7F, 0, 0, 0, 0}, std::nullopt},
+            {"count below -1", {0xFE, 0xFF, 0xFF, 0xFF}, std::nullopt},
+            {"no NUL", {1, 0, 0, 0, 'a', 0, 'b', 0}, std::nullopt},
+            {"odd data size", {1, 0, 0, 0, 'a', 0, 0}, std::nullopt},
+            {"no count", {}, std::nullopt},
+            {"unpaired surrogates", {3, 0, 0, 0, 0x00, 0xDC, 'a', 0, 0x00, 0xD8, 0, 0}, "a"},
+    };
+    for (const auto& c : kReads) {
+        const auto [status, value] = Decode<std::string>(c.bytes);
+        EXPECT_EQ(c.value.has_value() ? STATUS_OK : STATUS_UNEXPECTED_NULL, status) << c.what;
+        EXPECT_EQ(c.value.value_or(""), value) << c.what;
+        EXPECT_EQ((std::pair<binder_status_t, std::optional<std::string>>{STATUS_OK, c.value}),
+                  Decode<std::optional<std::string>>(c.bytes))
+                << c.what;
+    }
 }
 
 TEST(ParcelTest, Arrays_WireBytesAndBadCounts) {
@@ -138,17 +168,49 @@ TEST(ParcelTest, Arrays_WireBytesAndBadCounts) {
     ExpectWire(std::optional<std::vector<uint8_t>>(std::vector<uint8_t>{9, 8, 7, 6, 5}),
                {5, 0, 0, 0, 9, 8, 7, 6, 5, 0, 0, 0});
 
-    const BadCase kCases[] = {
-            {"huge count", {0xFF, 0xFF, 0xFF, 0x7F, 1, 0, 0, 0}, STATUS_NOT_ENOUGH_DATA},
-            {"one element short", {2, 0, 0, 0, 1, 0, 0, 0}, STATUS_NOT_ENOUGH_DATA},
-            {"count below -1", {0xF0, 0xFF, 0xFF, 0xFF}, STATUS_BAD_VALUE},
-            {"null where required", {0xFF, 0xFF, 0xFF, 0xFF}, STATUS_UNEXPECTED_NULL},
+    // The platform's statuses: a count beyond the bytes left is a failed allocation, and so is
+    // a null array where an array of strings (or of parcelables) is required.
+    const struct {
+        const char* what;
+        Bytes bytes;
+        binder_status_t ints, strings, bools;
+    } kCases[] = {
+            {"huge count",
+             {0xFF, 0xFF, 0xFF, 0x7F, 1, 0, 0, 0},
+             STATUS_NO_MEMORY,
+             STATUS_NO_MEMORY,
+             STATUS_NO_MEMORY},
+            {"count past the bytes",
+             {5, 0, 0, 0, 1, 0, 0, 0},
+             STATUS_NO_MEMORY,
+             STATUS_NO_MEMORY,
+             STATUS_NO_MEMORY},
+            {"one element short",
+             {2, 0, 0, 0, 1, 0, 0, 0},
+             STATUS_NO_MEMORY,
+             STATUS_UNEXPECTED_NULL,
+             STATUS_NOT_ENOUGH_DATA},
+            {"count below -1",
+             {0xF0, 0xFF, 0xFF, 0xFF},
+             STATUS_BAD_VALUE,
+             STATUS_BAD_VALUE,
+             STATUS_BAD_VALUE},
+            {"null where required",
+             {0xFF, 0xFF, 0xFF, 0xFF},
+             STATUS_UNEXPECTED_NULL,
+             STATUS_NO_MEMORY,
+             STATUS_UNEXPECTED_NULL},
     };
     for (const auto& c : kCases) {
-        EXPECT_EQ(c.status, Decode<std::vector<int32_t>>(c.bytes).first) << c.what;
-        EXPECT_EQ(c.status, Decode<std::vector<std::string>>(c.bytes).first) << c.what;
-        EXPECT_EQ(c.status, Decode<std::vector<bool>>(c.bytes).first) << c.what;
+        EXPECT_EQ(c.ints, Decode<std::vector<int32_t>>(c.bytes).first) << c.what;
+        EXPECT_EQ(c.strings, Decode<std::vector<std::string>>(c.bytes).first) << c.what;
+        EXPECT_EQ(c.bools, Decode<std::vector<bool>>(c.bytes).first) << c.what;
     }
+    // A count that disagrees with the data is refused on write.
+    ndk::ScopedAParcel parcel(AParcel_create());
+    const int32_t one = 1;
+    EXPECT_EQ(STATUS_BAD_VALUE, AParcel_writeInt32Array(parcel.get(), &one, -1));
+    EXPECT_EQ(STATUS_BAD_VALUE, AParcel_writeInt32Array(parcel.get(), nullptr, 1));
 }
 
 TEST(ParcelTest, DataPosition_Bounds) {
@@ -196,14 +258,20 @@ struct CountingClass {
         return args;
     }
     static void OnDestroy(void*) { --live; }
+    static binder_status_t OnTransact(AIBinder*, transaction_code_t, const AParcel*, AParcel*) {
+        return STATUS_UNKNOWN_TRANSACTION;
+    }
     static const AIBinder_Class* Get() {
         static AIBinder_Class* clazz =
-                AIBinder_Class_define("test.ICounting", OnCreate, OnDestroy, nullptr);
+                AIBinder_Class_define("test.ICounting", OnCreate, OnDestroy, OnTransact);
         return clazz;
     }
 };
 
 TEST(ParcelTest, Binder_SameObjectBackAndNoMarshal) {
+    // As on the platform, a class needs all its callbacks.
+    EXPECT_EQ(nullptr, AIBinder_Class_define("test.INone", CountingClass::OnCreate,
+                                             CountingClass::OnDestroy, nullptr));
     int payload = 0;
     ndk::SpAIBinder binder(AIBinder_new(CountingClass::Get(), &payload));
     ASSERT_EQ(1, CountingClass::live);
@@ -213,6 +281,11 @@ TEST(ParcelTest, Binder_SameObjectBackAndNoMarshal) {
     EXPECT_EQ(2, AIBinder_debugGetRefCount(binder.get()));
     uint8_t buffer[28];
     EXPECT_EQ(STATUS_INVALID_OPERATION, AParcel_marshal(parcel.get(), buffer, 0, 28));
+    // A plain read over the object's bytes is refused and moves past them, as on the platform.
+    ASSERT_EQ(STATUS_OK, AParcel_setDataPosition(parcel.get(), 8));
+    int64_t plain = 0;
+    EXPECT_EQ(STATUS_PERMISSION_DENIED, AParcel_readInt64(parcel.get(), &plain));
+    EXPECT_EQ(16, AParcel_getDataPosition(parcel.get()));
 
     ASSERT_EQ(STATUS_OK, AParcel_setDataPosition(parcel.get(), 0));
     ndk::SpAIBinder read;
@@ -229,7 +302,7 @@ TEST(ParcelTest, Binder_SameObjectBackAndNoMarshal) {
     EXPECT_EQ(1, AIBinder_debugGetRefCount(binder.get()));
     EXPECT_EQ(STATUS_OK, AParcel_marshal(parcel.get(), buffer, 0, 28));
     ASSERT_EQ(STATUS_OK, AParcel_writeStrongBinder(parcel.get(), binder.get()));
-    parcel.reset();
+    parcel.set(nullptr);
     EXPECT_EQ(1, AIBinder_debugGetRefCount(binder.get()));
     binder.set(nullptr);
     EXPECT_EQ(0, CountingClass::live);
@@ -242,15 +315,28 @@ TEST(ParcelTest, Binder_NullMarshalsAndForeignBytesFail) {
     EXPECT_EQ(28u, bytes.size());
     EXPECT_EQ((Bytes{0x85, 0x2A, 0x62, 0x73}), Bytes(bytes.begin(), bytes.begin() + 4));
 
-    ndk::ScopedAParcel copy = Unmarshal(bytes);
-    ndk::SpAIBinder read(AIBinder_new(CountingClass::Get(), nullptr));
-    EXPECT_EQ(STATUS_OK, AParcel_readStrongBinder(copy.get(), read.getR()));
-    EXPECT_EQ(nullptr, read.get());
-    // Bytes that claim a binder carry no object once copied: the read is refused.
-    ASSERT_EQ(STATUS_OK, AParcel_unmarshal(copy.get(), Bytes(28, 0x41).data(), 28));
-    EXPECT_EQ(STATUS_BAD_TYPE, AParcel_readStrongBinder(copy.get(), read.getR()));
-    ASSERT_EQ(STATUS_OK, AParcel_unmarshal(copy.get(), bytes.data(), 20));
-    EXPECT_EQ(STATUS_NOT_ENOUGH_DATA, AParcel_readStrongBinder(copy.get(), read.getR()));
+    // A copied null binder reads back as null. Bytes that claim a binder carry no object once
+    // copied, a null binder has no stability, and the object must be there whole.
+    Bytes stable = bytes;
+    stable[24] = 0x3F;
+    const struct {
+        const char* what;
+        Bytes bytes;
+        binder_status_t status;
+    } kCases[] = {
+            {"null binder", bytes, STATUS_OK},
+            {"copied binder", Bytes(28, 0x41), STATUS_BAD_TYPE},
+            {"null with stability", stable, STATUS_BAD_TYPE},
+            {"short object", Bytes(bytes.begin(), bytes.begin() + 20), STATUS_BAD_TYPE},
+            {"no stability", Bytes(bytes.begin(), bytes.begin() + 24), STATUS_NOT_ENOUGH_DATA},
+    };
+    for (const auto& c : kCases) {
+        AIBinder* read = reinterpret_cast<AIBinder*>(&stable);
+        EXPECT_EQ(c.status, AParcel_readStrongBinder(Unmarshal(c.bytes).get(), &read)) << c.what;
+        if (c.status == STATUS_OK) {
+            EXPECT_EQ(nullptr, read) << c.what;
+        }
+    }
 }
 
 TEST(ParcelTest, FileDescriptor_DuplicatedBothWays) {
@@ -260,11 +346,13 @@ TEST(ParcelTest, FileDescriptor_DuplicatedBothWays) {
     ndk::ScopedFileDescriptor writer(pipe_fds[1]);
 
     ndk::ScopedAParcel parcel(AParcel_create());
+    // Null is the int32 0; a descriptor the int32 1, the int32 0 of a ParcelFileDescriptor
+    // without a communication channel, and the object.
     ASSERT_EQ(STATUS_OK, AParcel_writeParcelFileDescriptor(parcel.get(), -1));
     ASSERT_EQ(STATUS_OK, AParcel_writeParcelFileDescriptor(parcel.get(), reader.get()));
-    EXPECT_EQ(4 + 4 + 24, AParcel_getDataSize(parcel.get()));
-    EXPECT_EQ(STATUS_BAD_VALUE, AParcel_writeParcelFileDescriptor(parcel.get(), -5));
-    uint8_t buffer[32];
+    EXPECT_EQ(4 + 4 + 4 + 24, AParcel_getDataSize(parcel.get()));
+    EXPECT_EQ(STATUS_UNKNOWN_ERROR, AParcel_writeParcelFileDescriptor(parcel.get(), -5));
+    uint8_t buffer[36];
     EXPECT_EQ(STATUS_INVALID_OPERATION, AParcel_marshal(parcel.get(), buffer, 0, 4));
 
     ASSERT_EQ(STATUS_OK, AParcel_setDataPosition(parcel.get(), 0));
@@ -281,21 +369,39 @@ TEST(ParcelTest, FileDescriptor_DuplicatedBothWays) {
     EXPECT_EQ(original.st_ino, copy.st_ino);
 
     // The parcel's own copy lives until the parcel does; the caller's copy until its owner does.
-    parcel.reset();
+    parcel.set(nullptr);
     ASSERT_EQ(1, write(writer.get(), "x", 1));
     char byte = 0;
     EXPECT_EQ(1, ::read(read.get(), &byte, 1));
-    read.reset();
+    read.set(-1);
     EXPECT_EQ(-1, fcntl(fd, F_GETFD));
 
+    // A descriptor that cannot be duplicated fails after the not-null marker, as on the device.
+    parcel.set(AParcel_create());
+    EXPECT_EQ(STATUS_UNKNOWN_ERROR, AParcel_writeParcelFileDescriptor(parcel.get(), fd));
+    EXPECT_EQ(4, AParcel_getDataSize(parcel.get()));
+
     // Foreign bytes claiming a descriptor are refused.
-    ndk::ScopedAParcel foreign = Unmarshal(Bytes{1, 0, 0, 0, 0x85, 0x2A, 0x64, 0x66});
-    EXPECT_EQ(STATUS_NOT_ENOUGH_DATA, AParcel_readParcelFileDescriptor(foreign.get(), &fd));
-    foreign = Unmarshal(Bytes(28, 1));
-    EXPECT_EQ(STATUS_BAD_TYPE, AParcel_readParcelFileDescriptor(foreign.get(), &fd));
+    Bytes no_object(32, 0);
+    no_object[0] = 1;
+    const struct {
+        const char* what;
+        Bytes bytes;
+        binder_status_t status;
+    } kCases[] = {
+            {"empty", {}, STATUS_NOT_ENOUGH_DATA},
+            {"marker 2", {2, 0, 0, 0}, STATUS_UNEXPECTED_NULL},
+            {"copied object", no_object, STATUS_BAD_TYPE},
+            {"channel without object", {1, 0, 0, 0, 1, 0, 0, 0}, STATUS_BAD_TYPE},
+    };
+    for (const auto& c : kCases) {
+        EXPECT_EQ(c.status, AParcel_readParcelFileDescriptor(Unmarshal(c.bytes).get(), &fd))
+                << c.what;
+    }
 }
 
 TEST(ParcelTest, ScopedAStatus_Description) {
+    EXPECT_FALSE(ndk::ScopedAStatus().isOk());  // as on the platform: only ok() is ok
     EXPECT_EQ("No error", ndk::ScopedAStatus::ok().getDescription());
     EXPECT_TRUE(ndk::ScopedAStatus::fromStatus(STATUS_OK).isOk());
     const auto specific = ndk::ScopedAStatus::fromServiceSpecificErrorWithMessage(3, "no port");

@@ -7,10 +7,17 @@
 //   ndk::ScopedAParcel parcel(AParcel_create());
 //   AParcel_writeInt32(parcel.get(), 1);
 //   ndk::ScopedAParcel other = std::move(parcel);   // move-only; parcel is now null
+//
+// As on the platform, set() releases what is held before taking the new value, even when both are
+// the same, and a null ScopedAStatus is not ok: ScopedAStatus::ok() makes one that is.
 
+#include <string.h>
+#include <syslog.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstddef>
+#include <ostream>
 #include <string>
 
 #include <android/binder_ibinder.h>
@@ -19,144 +26,136 @@
 
 namespace ndk {
 
-// A strong reference to a binder, or null.
+// A strong reference to a binder, or null. Copying takes another reference.
 class SpAIBinder {
   public:
-    SpAIBinder() : binder_(nullptr) {}
-    SpAIBinder(std::nullptr_t) : SpAIBinder() {}  // NOLINT(google-explicit-constructor)
+    SpAIBinder() : mBinder(nullptr) {}
     // Takes over one strong reference that the caller owns.
-    explicit SpAIBinder(AIBinder* binder) : binder_(binder) {}
-    SpAIBinder(const SpAIBinder& other) : binder_(other.binder_) {
-        if (binder_ != nullptr) AIBinder_incStrong(binder_);
-    }
-    SpAIBinder(SpAIBinder&& other) noexcept : binder_(other.release()) {}
-    SpAIBinder& operator=(const SpAIBinder& other) {
-        if (this != &other) {
-            if (other.binder_ != nullptr) AIBinder_incStrong(other.binder_);
-            set(other.binder_);
-        }
-        return *this;
-    }
-    SpAIBinder& operator=(SpAIBinder&& other) noexcept {
-        if (this != &other) set(other.release());
-        return *this;
-    }
+    explicit SpAIBinder(AIBinder* binder) : mBinder(binder) {}
+    SpAIBinder(std::nullptr_t) : SpAIBinder() {}  // NOLINT(google-explicit-constructor)
+    SpAIBinder(const SpAIBinder& other) { *this = other; }
     ~SpAIBinder() { set(nullptr); }
+    SpAIBinder& operator=(const SpAIBinder& other) {
+        if (this == &other) return *this;
+        AIBinder_incStrong(other.mBinder);
+        set(other.mBinder);
+        return *this;
+    }
 
     // Takes over one strong reference to binder and drops the one held before.
     void set(AIBinder* binder) {
-        AIBinder* old = binder_;
-        binder_ = binder;
+        AIBinder* old = mBinder;
         if (old != nullptr) AIBinder_decStrong(old);
+        mBinder = binder;
     }
-    AIBinder* get() const { return binder_; }
-    // For C functions that return a new reference through an out parameter; the old one is
-    // dropped first.
-    AIBinder** getR() {
-        set(nullptr);
-        return &binder_;
-    }
-
-    bool operator==(const SpAIBinder& rhs) const { return get() == rhs.get(); }
-    bool operator!=(const SpAIBinder& rhs) const { return get() != rhs.get(); }
-    bool operator<(const SpAIBinder& rhs) const { return AIBinder_lt(get(), rhs.get()); }
-    bool operator<=(const SpAIBinder& rhs) const { return !(rhs < *this); }
-    bool operator>(const SpAIBinder& rhs) const { return rhs < *this; }
-    bool operator>=(const SpAIBinder& rhs) const { return !(*this < rhs); }
+    AIBinder* get() const { return mBinder; }
+    // For C functions that return a new reference through an out parameter: release the held one
+    // first (set(nullptr)), or it leaks.
+    AIBinder** getR() { return &mBinder; }
 
   private:
-    AIBinder* release() {
-        AIBinder* binder = binder_;
-        binder_ = nullptr;
-        return binder;
-    }
-
-    AIBinder* binder_;
+    AIBinder* mBinder = nullptr;
 };
+
+// Binders compare by address.
+static inline bool operator==(const SpAIBinder& lhs, const SpAIBinder& rhs) {
+    return lhs.get() == rhs.get();
+}
+static inline bool operator!=(const SpAIBinder& lhs, const SpAIBinder& rhs) {
+    return lhs.get() != rhs.get();
+}
+static inline bool operator<(const SpAIBinder& lhs, const SpAIBinder& rhs) {
+    return lhs.get() < rhs.get();
+}
+static inline bool operator<=(const SpAIBinder& lhs, const SpAIBinder& rhs) {
+    return lhs.get() <= rhs.get();
+}
+static inline bool operator>(const SpAIBinder& lhs, const SpAIBinder& rhs) {
+    return lhs.get() > rhs.get();
+}
+static inline bool operator>=(const SpAIBinder& lhs, const SpAIBinder& rhs) {
+    return lhs.get() >= rhs.get();
+}
 
 namespace impl {
 
-// Owns one T released with Destroy; kDefault means "none".
-template <typename T, void (*Destroy)(T), T kDefault>
+// Owns one T released with Destroy; DEFAULT means "none" and is released too, so Destroy must
+// accept it.
+template <typename T, void (*Destroy)(T), T DEFAULT>
 class ScopedAResource {
   public:
-    explicit ScopedAResource(T resource = kDefault) : resource_(resource) {}
-    ~ScopedAResource() { reset(); }
+    explicit ScopedAResource(T t = DEFAULT) : mT(t) {}
+    ~ScopedAResource() { set(DEFAULT); }
+
+    // Releases what is held and takes over t.
+    void set(T t) {
+        Destroy(mT);
+        mT = t;
+    }
+    T get() { return mT; }
+    const T get() const { return mT; }
+    // Gives up ownership without releasing.
+    [[nodiscard]] T release() {
+        T t = mT;
+        mT = DEFAULT;
+        return t;
+    }
+    // For C functions that return a new resource through an out parameter.
+    T* getR() { return &mT; }
+
     ScopedAResource(const ScopedAResource&) = delete;
     ScopedAResource& operator=(const ScopedAResource&) = delete;
-    ScopedAResource(ScopedAResource&& other) noexcept : resource_(other.release()) {}
+    ScopedAResource(ScopedAResource&& other) noexcept : mT(other.mT) { other.mT = DEFAULT; }
     ScopedAResource& operator=(ScopedAResource&& other) noexcept {
-        if (this != &other) reset(other.release());
+        set(other.mT);
+        other.mT = DEFAULT;
         return *this;
     }
 
-    T get() const { return resource_; }
-    // For C functions that return a new resource through an out parameter.
-    T* getR() { return &resource_; }
-    // Releases what is held and takes over resource.
-    void reset(T resource = kDefault) {
-        if (resource == resource_) return;
-        if (resource_ != kDefault) Destroy(resource_);
-        resource_ = resource;
-    }
-    // Gives up ownership without releasing.
-    T release() {
-        T resource = resource_;
-        resource_ = kDefault;
-        return resource;
-    }
-
   private:
-    T resource_;
+    T mT;
 };
-
-inline void CloseFileDescriptor(int fd) {
-    ::close(fd);
-}
 
 }  // namespace impl
 
-// The owner of one parcel. Move-only.
+// The owner of one parcel. Move-only; compared by address.
 class ScopedAParcel : public impl::ScopedAResource<AParcel*, AParcel_delete, nullptr> {
   public:
-    explicit ScopedAParcel(AParcel* parcel = nullptr) : ScopedAResource(parcel) {}
+    explicit ScopedAParcel(AParcel* a = nullptr) : ScopedAResource(a) {}
+    ~ScopedAParcel() {}
     ScopedAParcel(ScopedAParcel&&) = default;
     ScopedAParcel& operator=(ScopedAParcel&&) = default;
 
-    bool operator==(const ScopedAParcel& rhs) const { return get() == rhs.get(); }
     bool operator!=(const ScopedAParcel& rhs) const { return get() != rhs.get(); }
+    bool operator<(const ScopedAParcel& rhs) const { return get() < rhs.get(); }
+    bool operator<=(const ScopedAParcel& rhs) const { return get() <= rhs.get(); }
+    bool operator==(const ScopedAParcel& rhs) const { return get() == rhs.get(); }
+    bool operator>(const ScopedAParcel& rhs) const { return get() > rhs.get(); }
+    bool operator>=(const ScopedAParcel& rhs) const { return get() >= rhs.get(); }
 };
 
-// The owner of one call status; null means ok.
+// The owner of one call status. A null one is not ok, and its getters pass null on to the C
+// functions, which do not accept it.
 class ScopedAStatus : public impl::ScopedAResource<AStatus*, AStatus_delete, nullptr> {
   public:
-    explicit ScopedAStatus(AStatus* status = nullptr) : ScopedAResource(status) {}
+    explicit ScopedAStatus(AStatus* a = nullptr) : ScopedAResource(a) {}
+    ~ScopedAStatus() {}
     ScopedAStatus(ScopedAStatus&&) = default;
     ScopedAStatus& operator=(ScopedAStatus&&) = default;
 
-    bool isOk() const { return get() == nullptr || AStatus_isOk(get()); }
-    binder_exception_t getExceptionCode() const {
-        return get() == nullptr ? EX_NONE : AStatus_getExceptionCode(get());
-    }
-    int32_t getServiceSpecificError() const {
-        return get() == nullptr ? 0 : AStatus_getServiceSpecificError(get());
-    }
-    binder_status_t getStatus() const {
-        return get() == nullptr ? STATUS_OK : AStatus_getStatus(get());
-    }
-    const char* getMessage() const { return get() == nullptr ? "" : AStatus_getMessage(get()); }
+    bool isOk() const { return get() != nullptr && AStatus_isOk(get()); }
+    binder_exception_t getExceptionCode() const { return AStatus_getExceptionCode(get()); }
+    int32_t getServiceSpecificError() const { return AStatus_getServiceSpecificError(get()); }
+    binder_status_t getStatus() const { return AStatus_getStatus(get()); }
+    const char* getMessage() const { return AStatus_getMessage(get()); }
     std::string getDescription() const {
-        if (get() == nullptr) return "No error";
         const char* description = AStatus_getDescription(get());
-        std::string text(description);
+        std::string text = description;
         AStatus_deleteDescription(description);
         return text;
     }
 
     static ScopedAStatus ok() { return ScopedAStatus(AStatus_newOk()); }
-    static ScopedAStatus fromStatus(binder_status_t status) {
-        return ScopedAStatus(AStatus_fromStatus(status));
-    }
     static ScopedAStatus fromExceptionCode(binder_exception_t exception) {
         return ScopedAStatus(AStatus_fromExceptionCode(exception));
     }
@@ -171,36 +170,56 @@ class ScopedAStatus : public impl::ScopedAResource<AStatus*, AStatus_delete, nul
                                                              const char* message) {
         return ScopedAStatus(AStatus_fromServiceSpecificErrorWithMessage(serviceSpecific, message));
     }
+    static ScopedAStatus fromStatus(binder_status_t status) {
+        return ScopedAStatus(AStatus_fromStatus(status));
+    }
 };
 
-// The owner of one file descriptor, closed on release; -1 means none. Compared by number.
-class ScopedFileDescriptor : public impl::ScopedAResource<int, impl::CloseFileDescriptor, -1> {
-  public:
-    explicit ScopedFileDescriptor(int fd = -1) : ScopedAResource(fd) {}
-    ScopedFileDescriptor(ScopedFileDescriptor&&) = default;
-    ScopedFileDescriptor& operator=(ScopedFileDescriptor&&) = default;
-
-    // A new owner of a duplicate of the descriptor (none when this holds none or dup fails).
-    ScopedFileDescriptor dup() const { return ScopedFileDescriptor(get() < 0 ? -1 : ::dup(get())); }
-
-    bool operator==(const ScopedFileDescriptor& rhs) const { return get() == rhs.get(); }
-    bool operator!=(const ScopedFileDescriptor& rhs) const { return get() != rhs.get(); }
-    bool operator<(const ScopedFileDescriptor& rhs) const { return get() < rhs.get(); }
-    bool operator<=(const ScopedFileDescriptor& rhs) const { return get() <= rhs.get(); }
-    bool operator>(const ScopedFileDescriptor& rhs) const { return get() > rhs.get(); }
-    bool operator>=(const ScopedFileDescriptor& rhs) const { return get() >= rhs.get(); }
-};
+static inline std::ostream& operator<<(std::ostream& os, const ScopedAStatus& status) {
+    return os << status.getDescription();
+}
 
 // The owner of one weak binder reference.
 class ScopedAIBinder_Weak
     : public impl::ScopedAResource<AIBinder_Weak*, AIBinder_Weak_delete, nullptr> {
   public:
-    explicit ScopedAIBinder_Weak(AIBinder_Weak* weak = nullptr) : ScopedAResource(weak) {}
+    explicit ScopedAIBinder_Weak(AIBinder_Weak* a = nullptr) : ScopedAResource(a) {}
+    ~ScopedAIBinder_Weak() {}
     ScopedAIBinder_Weak(ScopedAIBinder_Weak&&) = default;
     ScopedAIBinder_Weak& operator=(ScopedAIBinder_Weak&&) = default;
 
     // A strong reference, or null once the binder is gone.
     SpAIBinder promote() const { return SpAIBinder(AIBinder_Weak_promote(get())); }
+};
+
+namespace internal {
+
+// Closes fd unless it is -1; a failed close goes to the system log.
+inline void closeWithError(int fd) {
+    if (fd == -1) return;
+    if (close(fd) != 0) syslog(LOG_ERR, "Could not close FD %d: %s", fd, strerror(errno));
+}
+
+}  // namespace internal
+
+// The owner of one file descriptor, closed on release; -1 means none. Compared by number.
+class ScopedFileDescriptor : public impl::ScopedAResource<int, internal::closeWithError, -1> {
+  public:
+    ScopedFileDescriptor() : ScopedFileDescriptor(-1) {}
+    explicit ScopedFileDescriptor(int a) : ScopedAResource(a) {}
+    ~ScopedFileDescriptor() {}
+    ScopedFileDescriptor(ScopedFileDescriptor&&) = default;
+    ScopedFileDescriptor& operator=(ScopedFileDescriptor&&) = default;
+
+    // A new owner of a duplicate of the descriptor (-1 when dup fails).
+    ScopedFileDescriptor dup() const { return ScopedFileDescriptor(::dup(get())); }
+
+    bool operator!=(const ScopedFileDescriptor& rhs) const { return get() != rhs.get(); }
+    bool operator<(const ScopedFileDescriptor& rhs) const { return get() < rhs.get(); }
+    bool operator<=(const ScopedFileDescriptor& rhs) const { return get() <= rhs.get(); }
+    bool operator==(const ScopedFileDescriptor& rhs) const { return get() == rhs.get(); }
+    bool operator>(const ScopedFileDescriptor& rhs) const { return get() > rhs.get(); }
+    bool operator>=(const ScopedFileDescriptor& rhs) const { return get() >= rhs.get(); }
 };
 
 }  // namespace ndk

@@ -35,16 +35,15 @@ typedef void (*AIBinder_Class_onDestroy)(void* userData);
 typedef binder_status_t (*AIBinder_Class_onTransact)(AIBinder* binder, transaction_code_t code,
                                                      const AParcel* in, AParcel* out);
 
-// Defines a class; it lives as long as the process. The descriptor is copied. onTransact may be
-// null: host binders never receive transactions.
-AIBinder_Class* AIBinder_Class_define(const char* interfaceDescriptor,
-                                      AIBinder_Class_onCreate onCreate,
-                                      AIBinder_Class_onDestroy onDestroy,
-                                      AIBinder_Class_onTransact onTransact);
+// Defines a class; it lives as long as the process. The descriptor is copied. Null when any
+// argument is null, as on the platform, although host binders never receive transactions.
+__attribute__((warn_unused_result)) AIBinder_Class* AIBinder_Class_define(
+        const char* interfaceDescriptor, AIBinder_Class_onCreate onCreate,
+        AIBinder_Class_onDestroy onDestroy, AIBinder_Class_onTransact onTransact);
 const char* AIBinder_Class_getDescriptor(const AIBinder_Class* clazz);
 
 // A new binder with one strong reference owned by the caller. Null when clazz is null.
-AIBinder* AIBinder_new(const AIBinder_Class* clazz, void* args);
+__attribute__((warn_unused_result)) AIBinder* AIBinder_new(const AIBinder_Class* clazz, void* args);
 void AIBinder_incStrong(AIBinder* binder);
 void AIBinder_decStrong(AIBinder* binder);
 // The strong count, or -1 for a null binder.
@@ -62,13 +61,11 @@ void* AIBinder_getUserData(AIBinder* binder);
 // Orders binders by identity, as for a std::map key.
 bool AIBinder_lt(const AIBinder* lhs, const AIBinder* rhs);
 
-// Marks the binder as usable across the VINTF boundary; recorded in its parcel representation.
-void AIBinder_markVintfStability(AIBinder* binder);
-
 // Weak references: promote gives a new strong reference, or null once the binder is gone.
-AIBinder_Weak* AIBinder_Weak_new(AIBinder* binder);
+__attribute__((warn_unused_result)) AIBinder_Weak* AIBinder_Weak_new(AIBinder* binder);
+// Null is fine.
 void AIBinder_Weak_delete(AIBinder_Weak* weakBinder);
-AIBinder* AIBinder_Weak_promote(AIBinder_Weak* weakBinder);
+__attribute__((warn_unused_result)) AIBinder* AIBinder_Weak_promote(AIBinder_Weak* weakBinder);
 
 #ifdef __cplusplus
 }  // extern "C"

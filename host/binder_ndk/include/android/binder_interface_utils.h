@@ -8,10 +8,14 @@
 //   std::shared_ptr<StreamIn> stream = ndk::SharedRefBase::make<StreamIn>();
 //   ndk::SpAIBinder binder = stream->asBinder();
 
+#include <syslog.h>
+
 #include <cstdint>
 #include <cstdlib>
 #include <memory>
 #include <mutex>
+#include <string>
+#include <string_view>
 #include <utility>
 
 #include <android/binder_auto_utils.h>
@@ -20,78 +24,79 @@
 namespace ndk {
 
 // Shares ownership of an object through std::shared_ptr from the moment it is made, so that the
-// object can hand out new owners of itself (ref()). Make objects only with make<T>().
+// object can hand out new owners of itself (ref()). Make objects only with make<T>(): as on the
+// platform, an object destroyed without ever having had an owner, or while it still has one, ends
+// the process.
 class SharedRefBase {
   public:
-    SharedRefBase() = default;
-    virtual ~SharedRefBase() = default;
-    SharedRefBase(const SharedRefBase&) = delete;
-    SharedRefBase& operator=(const SharedRefBase&) = delete;
-
-    // Another owner of this object.
-    template <typename T = SharedRefBase>
-    std::shared_ptr<T> ref() {
-        std::shared_ptr<SharedRefBase> self = this_.lock();
-        std::call_once(once_, [&] { this_ = self = std::shared_ptr<SharedRefBase>(this); });
-        return std::static_pointer_cast<T>(self);
+    SharedRefBase() {}
+    virtual ~SharedRefBase() {
+        std::call_once(mFlagThis, [] {
+            syslog(LOG_ERR, "SharedRefBase: no ref created during lifetime");
+            std::abort();
+        });
+        if (mThis.lock() != nullptr) {
+            syslog(LOG_ERR, "SharedRefBase: destructed but still able to lock weak_ptr");
+            std::abort();
+        }
     }
-    template <typename T = SharedRefBase>
-    std::shared_ptr<const T> ref() const {
-        return const_cast<SharedRefBase*>(this)->ref<T>();
+
+    // Another owner of this object. A shared_ptr to it must exist when this is called.
+    std::shared_ptr<SharedRefBase> ref() {
+        std::shared_ptr<SharedRefBase> thiz = mThis.lock();
+        std::call_once(mFlagThis, [&] { mThis = thiz = std::shared_ptr<SharedRefBase>(this); });
+        return thiz;
+    }
+    template <typename CHILD>
+    std::shared_ptr<CHILD> ref() {
+        return std::static_pointer_cast<CHILD>(ref());
     }
 
     template <class T, class... Args>
     static std::shared_ptr<T> make(Args&&... args) {
-        T* object = new T(std::forward<Args>(args)...);
-        return object->template ref<T>();
+        T* t = new T(std::forward<Args>(args)...);
+        return t->template ref<T>();
     }
 
     static void operator delete(void* p) { std::free(p); }
 
   private:
     // Only make() creates objects, so that each one has exactly one shared owner group.
-    static void* operator new(size_t size) { return std::malloc(size); }
+    static void* operator new(size_t s) { return std::malloc(s); }
 
-    std::once_flag once_;
-    std::weak_ptr<SharedRefBase> this_;
+    std::once_flag mFlagThis;
+    std::weak_ptr<SharedRefBase> mThis;
 };
 
 // The root of every interface: an object that can be represented by a binder.
 class ICInterface : public SharedRefBase {
   public:
-    ICInterface() = default;
-    ~ICInterface() override = default;
+    ICInterface() {}
+    virtual ~ICInterface() {}
 
     // The binder of this object (made on first use, the same one while any reference to it lives).
     virtual SpAIBinder asBinder() = 0;
-    // Host interface objects are always local.
     virtual bool isRemote() = 0;
-    virtual binder_status_t dump(int /*fd*/, const char** /*args*/, uint32_t /*numArgs*/) {
-        return STATUS_OK;
-    }
+    // Dumps nothing unless overridden; does not own fd.
+    virtual inline binder_status_t dump(int fd, const char** args, uint32_t numArgs);
 
-    // A binder class whose binders keep the ICInterface given to AIBinder_new alive.
-    static AIBinder_Class* defineClass(const char* interfaceDescriptor,
-                                       AIBinder_Class_onTransact onTransact) {
-        return AIBinder_Class_define(interfaceDescriptor, Data::OnCreate, Data::OnDestroy,
-                                     onTransact);
-    }
     // The object behind a binder of a class made by defineClass, or null.
-    static std::shared_ptr<ICInterface> asInterface(AIBinder* binder) {
-        if (binder == nullptr) return nullptr;
-        const Data* data = static_cast<const Data*>(AIBinder_getUserData(binder));
-        return data == nullptr ? nullptr : data->interface;
-    }
+    static inline std::shared_ptr<ICInterface> asInterface(AIBinder* binder);
+    // A binder class whose binders keep the ICInterface given to AIBinder_new alive; null when
+    // either argument is null.
+    static inline AIBinder_Class* defineClass(const char* interfaceDescriptor,
+                                              AIBinder_Class_onTransact onTransact);
 
   private:
     // The user data of such a binder: an owner of the interface object.
-    struct Data {
+    class ICInterfaceData {
+      public:
         std::shared_ptr<ICInterface> interface;
 
-        static void* OnCreate(void* args) {
-            return new Data{static_cast<ICInterface*>(args)->ref<ICInterface>()};
+        static void* onCreate(void* args) {
+            return new ICInterfaceData{static_cast<ICInterface*>(args)->ref<ICInterface>()};
         }
-        static void OnDestroy(void* userData) { delete static_cast<Data*>(userData); }
+        static void onDestroy(void* userData) { delete static_cast<ICInterfaceData*>(userData); }
     };
 };
 
@@ -100,27 +105,51 @@ class ICInterface : public SharedRefBase {
 template <typename INTERFACE>
 class BnCInterface : public INTERFACE {
   public:
-    BnCInterface() = default;
-    ~BnCInterface() override = default;
+    BnCInterface() {}
+    virtual ~BnCInterface() {}
 
-    SpAIBinder asBinder() final {
-        std::lock_guard<std::mutex> lock(mutex_);
-        SpAIBinder binder = weak_binder_.promote();
-        if (binder.get() == nullptr) {
-            binder = createBinder();
-            weak_binder_.reset(AIBinder_Weak_new(binder.get()));
-        }
-        return binder;
+    SpAIBinder asBinder() override final;
+    bool isRemote() override final { return false; }
+
+    static std::string makeServiceName(std::string_view instance) {
+        return INTERFACE::descriptor + ("/" + std::string(instance));
     }
-    bool isRemote() final { return false; }
 
   protected:
-    // A new binder of the interface's class for this object.
+    // A new binder of the interface's class for this object; only asBinder() calls it.
     virtual SpAIBinder createBinder() = 0;
 
   private:
-    std::mutex mutex_;
-    ScopedAIBinder_Weak weak_binder_;
+    std::mutex mMutex;
+    ScopedAIBinder_Weak mWeakBinder;
 };
+
+binder_status_t ICInterface::dump(int /*fd*/, const char** /*args*/, uint32_t /*numArgs*/) {
+    return STATUS_OK;
+}
+
+std::shared_ptr<ICInterface> ICInterface::asInterface(AIBinder* binder) {
+    if (binder == nullptr) return nullptr;
+    const auto* data = static_cast<const ICInterfaceData*>(AIBinder_getUserData(binder));
+    return data == nullptr ? nullptr : data->interface;
+}
+
+AIBinder_Class* ICInterface::defineClass(const char* interfaceDescriptor,
+                                         AIBinder_Class_onTransact onTransact) {
+    return AIBinder_Class_define(interfaceDescriptor, ICInterfaceData::onCreate,
+                                 ICInterfaceData::onDestroy, onTransact);
+}
+
+template <typename INTERFACE>
+SpAIBinder BnCInterface<INTERFACE>::asBinder() {
+    std::lock_guard<std::mutex> lock(mMutex);
+    SpAIBinder binder;
+    if (mWeakBinder.get() != nullptr) binder.set(AIBinder_Weak_promote(mWeakBinder.get()));
+    if (binder.get() == nullptr) {
+        binder = createBinder();
+        mWeakBinder.set(AIBinder_Weak_new(binder.get()));
+    }
+    return binder;
+}
 
 }  // namespace ndk

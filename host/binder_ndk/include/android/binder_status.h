@@ -49,7 +49,6 @@ enum {
     EX_UNSUPPORTED_OPERATION = -7,
     EX_SERVICE_SPECIFIC = -8,
     EX_PARCELABLE = -9,
-    EX_HAS_REPLY_HEADER = -128,
     EX_TRANSACTION_FAILED = -129,
 };
 typedef int32_t binder_exception_t;
@@ -57,14 +56,18 @@ typedef int32_t binder_exception_t;
 struct AStatus;
 typedef struct AStatus AStatus;
 
-// Every constructor returns a new object that the caller releases with AStatus_delete.
-AStatus* AStatus_newOk(void);
-AStatus* AStatus_fromExceptionCode(binder_exception_t exception);
-AStatus* AStatus_fromExceptionCodeWithMessage(binder_exception_t exception, const char* message);
-AStatus* AStatus_fromServiceSpecificError(int32_t serviceSpecific);
-AStatus* AStatus_fromServiceSpecificErrorWithMessage(int32_t serviceSpecific, const char* message);
+// Every constructor returns a new object that the caller releases with AStatus_delete. The
+// functions below take a status that is not null, as on the platform.
+__attribute__((warn_unused_result)) AStatus* AStatus_newOk(void);
+__attribute__((warn_unused_result)) AStatus* AStatus_fromExceptionCode(binder_exception_t exception);
+__attribute__((warn_unused_result)) AStatus* AStatus_fromExceptionCodeWithMessage(
+        binder_exception_t exception, const char* message);
+__attribute__((warn_unused_result)) AStatus* AStatus_fromServiceSpecificError(
+        int32_t serviceSpecific);
+__attribute__((warn_unused_result)) AStatus* AStatus_fromServiceSpecificErrorWithMessage(
+        int32_t serviceSpecific, const char* message);
 // STATUS_OK gives an ok status; any other value an EX_TRANSACTION_FAILED carrying it.
-AStatus* AStatus_fromStatus(binder_status_t status);
+__attribute__((warn_unused_result)) AStatus* AStatus_fromStatus(binder_status_t status);
 
 bool AStatus_isOk(const AStatus* status);
 binder_exception_t AStatus_getExceptionCode(const AStatus* status);
@@ -75,8 +78,9 @@ binder_status_t AStatus_getStatus(const AStatus* status);
 // Never null; empty when there is no message. Valid while the status lives.
 const char* AStatus_getMessage(const AStatus* status);
 // A new text describing the status, released with AStatus_deleteDescription.
-const char* AStatus_getDescription(const AStatus* status);
+__attribute__((warn_unused_result)) const char* AStatus_getDescription(const AStatus* status);
 void AStatus_deleteDescription(const char* description);
+// Null is fine.
 void AStatus_delete(AStatus* status);
 
 #ifdef __cplusplus
