@@ -20,7 +20,11 @@ LogEntry::LogEntry(std::string_view class_name, std::string_view function_name,
 }
 
 void LogEntry::SetExecutionTimeMs() {
-    const auto elapsed = std::chrono::steady_clock::now() - steady_start_time;
+    SetExecutionTime(std::chrono::steady_clock::now());
+}
+
+void LogEntry::SetExecutionTime(SteadyTime end) {
+    const auto elapsed = end - steady_start_time;
     execution_time = static_cast<int32_t>(
             std::chrono::duration_cast<std::chrono::nanoseconds>(elapsed).count() / 1000);
     max_time = execution_time;

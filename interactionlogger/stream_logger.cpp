@@ -27,8 +27,9 @@ void StreamLogger::LogCommand(const StreamDescriptor::Command& command) {
 
 void StreamLogger::LogReply(const StreamDescriptor::Reply& reply) {
     if (!pending_.has_value()) return;
-    // Only the command side of a pair counts against the budget.
-    pending_->SetReturn(
+    // Only the command side of a pair counts against the budget. The reply and the close take one
+    // hold of the mutex.
+    pending_->CloseWithReturn(
             Argument::FromParcelable("ret", reply, ArgumentType::kStreamDescriptorReply));
     pending_.reset();
 }
