@@ -8,13 +8,14 @@
 #include <aidl/android/media/audio/common/AudioMode.h>
 
 #include <algorithm>
+#include <charconv>
 #include <cstdlib>
 #include <cstring>
 
 namespace vendor::zentro::tevrash::audio::hal::utils::interactionlogger {
 
 using aidl::android::hardware::audio::core::StreamDescriptor;
-using android::base::StringPrintf;
+using android::base::StringAppendF;
 
 namespace {
 
@@ -67,31 +68,51 @@ Argument::Argument(const char* name, ndk::ScopedAParcel parcel, ArgumentType typ
 }
 
 std::string Argument::ToString() const {
-    // name is NUL-terminated by contract, so its data pointer is a C string.
+    std::string text;
+    AppendText(&text);
+    return text;
+}
+
+void Argument::AppendText(std::string* text) const {
+    // name is NUL-terminated by contract; like "%s", print it up to its NUL.
     const char* label = name.data();
     switch (value.index()) {
         case 0:
-            return StringPrintf("%s: %s", label, std::get<bool>(value) ? "true" : "false");
+            *text += label;
+            *text += std::get<bool>(value) ? ": true" : ": false";
+            return;
         case 1: {
             const int32_t number = std::get<int32_t>(value);
+            *text += label;
+            *text += ": ";
             if (type == ArgumentType::kAudioMode) {
-                return StringPrintf(
-                        "%s: %s", label,
-                        toString(static_cast<aidl::android::media::audio::common::AudioMode>(number))
-                                .c_str());
+                *text += toString(static_cast<aidl::android::media::audio::common::AudioMode>(number));
+                return;
             }
-            return StringPrintf("%s: %d", label, number);
+            char digits[16];
+            const auto end = std::to_chars(digits, digits + sizeof(digits), number).ptr;
+            text->append(digits, static_cast<size_t>(end - digits));
+            return;
         }
         case 2:
-            return StringPrintf("%s: %f", label, static_cast<double>(std::get<float>(value)));
+            StringAppendF(text, "%s: %f", label, static_cast<double>(std::get<float>(value)));
+            return;
         case 3:
             // The "0x" stays even where %p prints its own.
-            return StringPrintf("%s: 0x%p", label, std::get<void*>(value));
+            StringAppendF(text, "%s: 0x%p", label, std::get<void*>(value));
+            return;
         case 4:
-            return StringPrintf("%s: %s", label, std::get<std::string>(value).c_str());
+            *text += label;
+            *text += ": ";
+            // Up to the first NUL, as "%s" prints it.
+            *text += std::get<std::string>(value).c_str();
+            return;
         default:
             // The parcel; a valueless variant ends the process.
-            return StringPrintf("%s: %s", label, ToStringAidl(ParcelOf(*this)).c_str());
+            *text += label;
+            *text += ": ";
+            *text += ToStringAidl(ParcelOf(*this));
+            return;
     }
 }
 

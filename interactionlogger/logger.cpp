@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <limits>
+#include <new>
 #include <string>
 #include <utility>
 
@@ -91,11 +92,11 @@ void Logger::Dump(const DumpsysInfo& info) {
 }
 
 void Logger::Reset() {
-    std::deque<LogEntry> entries;
+    std::optional<History> entries;
     {
         std::lock_guard lock(mutex_);
         for (OpenSlot& slot : open_slots_) slot.entry = nullptr;
-        entries.swap(entries_);
+        entries.emplace(std::move(entries_));
         bytes_ = 0;
     }
     // The old history, parcels and all, is freed without holding up producers and dumps.
@@ -136,11 +137,18 @@ void Logger::DumpDetails(const DumpsysInfo& info, bool with_state) const {
     const dumpsys::ScopedSigpipeBlock sigpipe_blocked;
     std::lock_guard lock(mutex_);
     Dumpsys(info, kTitle) << "Interaction logger(" << entries_.size() << ", " << bytes_ << "):";
+    // Lines that the filters do not admit are not even formatted. The texts reuse one buffer.
+    const bool admitted = Dumpsys::IsAdmitted(info, kTitle);
+    std::string text;
+    std::string prefix;
+    LogEntry::SecondText second;
     if (!with_state) {
         const std::string_view rule(kRule, 142);
         Dumpsys(info, kTitle) << rule;
-        if (Dumpsys::IsAdmitted(info, kTitle)) {
-            for (const LogEntry& entry : entries_) Dumpsys(info, kTitle) << entry.ToString();
+        for (size_t i = 0; admitted && i < entries_.size(); ++i) {
+            text.clear();
+            entries_[i].AppendText(&text, &second);
+            Dumpsys(info, kTitle) << text;
         }
         Dumpsys(info, kTitle) << rule;
         return;
@@ -148,19 +156,22 @@ void Logger::DumpDetails(const DumpsysInfo& info, bool with_state) const {
     for (const char* line : kStateHeader) Dumpsys(info, kTitle) << line;
     Dumpsys(info, kTitle) << "| | | | | " << std::string_view(kRule, 142);
     // Split lines carry no title, so the filter is applied here.
-    if (Dumpsys::IsAdmitted(info, kTitle)) {
-        for (const LogEntry& entry : entries_) {
-            Dumpsys::SplitInternal(info, entry.ToString(), true, entry.ToStringPrefix());
-        }
+    for (size_t i = 0; admitted && i < entries_.size(); ++i) {
+        const LogEntry& entry = entries_[i];
+        text.clear();
+        entry.AppendText(&text, &second);
+        prefix.clear();
+        entry.AppendPrefix(&prefix);
+        Dumpsys::SplitInternal(info, text, true, prefix);
     }
     Dumpsys(info, kTitle) << std::string_view(kRule, 152);
 }
 
 void Logger::DumpToLogcat(int n) {
     LOG(INFO) << "=============== Last " << n << " calls ================";
-    int written = 0;
-    for (auto it = entries_.rbegin(); it != entries_.rend() && written < n; ++it, ++written) {
-        LOG(INFO) << it->ToString();
+    for (size_t i = entries_.size(); i > 0 && entries_.size() - i < static_cast<size_t>(std::max(n, 0));
+         --i) {
+        LOG(INFO) << entries_[i - 1].ToString();
     }
     LOG(INFO) << "==============================================";
 }
@@ -223,9 +234,9 @@ void Logger::SetReturn(LogEntry* entry, Argument ret) {
     std::optional<Argument> value(std::move(ret));
     std::lock_guard lock(mutex_);
     // The open entry of a single producer is the newest, or close to it.
-    for (auto it = entries_.rbegin(); it != entries_.rend(); ++it) {
-        if (&*it == entry) {
-            it->ret.swap(value);
+    for (size_t i = entries_.size(); i > 0; --i) {
+        if (&entries_[i - 1] == entry) {
+            entries_[i - 1].ret.swap(value);
             return;
         }
     }
@@ -243,7 +254,7 @@ uint64_t Logger::GetBytes() const {
 
 void Logger::ForEachEntry(const std::function<void(const LogEntry&)>& visit) const {
     std::lock_guard lock(mutex_);
-    for (const LogEntry& entry : entries_) visit(entry);
+    for (size_t i = 0; i < entries_.size(); ++i) visit(entries_[i]);
 }
 
 LogEntry* Logger::FindLocked(uint32_t slot, uint64_t generation) {
@@ -269,6 +280,82 @@ std::optional<LogEntry> Logger::CloseLocked(uint32_t slot, uint64_t generation,
         free_slots_.push_back(slot);
     }
     return FoldLocked();
+}
+
+Logger::History::History(History&& other) noexcept
+    : blocks_(std::move(other.blocks_)),
+      first_block_(std::exchange(other.first_block_, 0)),
+      block_count_(std::exchange(other.block_count_, 0)),
+      offset_(std::exchange(other.offset_, 0)),
+      size_(std::exchange(other.size_, 0)),
+      spare_(std::exchange(other.spare_, nullptr)) {
+    other.blocks_.clear();
+}
+
+Logger::History::~History() {
+    while (!empty()) pop_front();
+    for (size_t i = 0; i < block_count_; ++i) {
+        delete blocks_[(first_block_ + i) & (blocks_.size() - 1)];
+    }
+    delete spare_;
+}
+
+LogEntry* Logger::History::Slot(size_t i) const {
+    const size_t position = offset_ + i;
+    Block* block = blocks_[(first_block_ + position / kBlockEntries) & (blocks_.size() - 1)];
+    return std::launder(reinterpret_cast<LogEntry*>(block->slots[position % kBlockEntries]));
+}
+
+LogEntry& Logger::History::emplace_back(LogEntry&& entry) {
+    if (offset_ + size_ == block_count_ * kBlockEntries) AddBlock();
+    LogEntry* slot = Slot(size_);
+    ::new (static_cast<void*>(slot)) LogEntry(std::move(entry));
+    ++size_;
+    return *slot;
+}
+
+void Logger::History::pop_front() {
+    Slot(0)->~LogEntry();
+    --size_;
+    if (++offset_ == kBlockEntries || size_ == 0) {
+        RemoveBlock(blocks_[first_block_]);
+        first_block_ = (first_block_ + 1) & (blocks_.size() - 1);
+        offset_ = 0;
+    }
+}
+
+void Logger::History::pop_back() {
+    Slot(size_ - 1)->~LogEntry();
+    --size_;
+    if (size_ == 0 || (offset_ + size_) % kBlockEntries == 0) {
+        RemoveBlock(blocks_[(first_block_ + block_count_ - 1) & (blocks_.size() - 1)]);
+        if (size_ == 0) first_block_ = offset_ = 0;
+    }
+}
+
+void Logger::History::AddBlock() {
+    if (block_count_ == blocks_.size()) {
+        // The ring is full: double it, its blocks in order from the start.
+        std::vector<Block*> blocks(std::max<size_t>(4, 2 * blocks_.size()), nullptr);
+        for (size_t i = 0; i < block_count_; ++i) {
+            blocks[i] = blocks_[(first_block_ + i) & (blocks_.size() - 1)];
+        }
+        blocks_.swap(blocks);
+        first_block_ = 0;
+    }
+    Block* block = spare_ != nullptr ? std::exchange(spare_, nullptr) : new Block;
+    blocks_[(first_block_ + block_count_) & (blocks_.size() - 1)] = block;
+    ++block_count_;
+}
+
+// Takes a block out of use, the first or the last; the caller moves first_block_ past a first.
+void Logger::History::RemoveBlock(Block* block) {
+    --block_count_;
+    if (spare_ == nullptr) {
+        spare_ = block;
+    } else {
+        delete block;
+    }
 }
 
 PendingEntry::PendingEntry(PendingEntry&& other) noexcept
@@ -307,21 +394,17 @@ void PendingEntry::SetErrorCode(int32_t ecode) {
 }
 
 void PendingEntry::Close() {
-    if (generation_ == 0) return;
-    // The call ends now, not when the mutex is free: a dump may hold it for milliseconds.
-    const LogEntry::SteadyTime end = std::chrono::steady_clock::now();
-    std::optional<LogEntry> folded;
-    std::lock_guard lock(logger_->mutex_);
-    folded = logger_->CloseLocked(slot_, std::exchange(generation_, 0), end, nullptr);
+    Finish(std::nullopt);
 }
 
-void PendingEntry::CloseWithReturn(Argument ret) {
-    if (generation_ == 0) return;
+std::optional<LogEntry> PendingEntry::Finish(std::optional<Argument> ret) {
+    if (generation_ == 0) return std::nullopt;
+    // The call ends now, not when the mutex is free: a dump may hold it for milliseconds.
     const LogEntry::SteadyTime end = std::chrono::steady_clock::now();
-    std::optional<Argument> value(std::move(ret));
-    std::optional<LogEntry> folded;
+    // What is replaced or folded away is destroyed after the mutex is released.
     std::lock_guard lock(logger_->mutex_);
-    folded = logger_->CloseLocked(slot_, std::exchange(generation_, 0), end, &value);
+    return logger_->CloseLocked(slot_, std::exchange(generation_, 0), end,
+                                ret.has_value() ? &ret : nullptr);
 }
 
 }  // namespace vendor::zentro::tevrash::audio::hal::utils::interactionlogger

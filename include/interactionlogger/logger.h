@@ -31,7 +31,6 @@
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
-#include <deque>
 #include <functional>
 #include <mutex>
 #include <optional>
@@ -125,6 +124,11 @@ struct Argument {
     std::string_view name;
     uint64_t size;
     ArgumentType type;
+
+  private:
+    friend struct LogEntry;
+    // ToString, appended to text.
+    void AppendText(std::string* text) const;
 };
 
 // Whether two arguments count as the same for folding: the same type and equal values. Parcels of
@@ -181,7 +185,18 @@ struct LogEntry {
     friend class Logger;
     friend class PendingEntry;
 
+    // The text of the last wall-clock second an entry printed, kept over one dump: entries logged
+    // in the same second share it, and the time zone is looked up once per second, not per entry.
+    struct SecondText {
+        int64_t seconds = 0;
+        size_t length = 0;
+        char text[32];
+    };
+
     void SetExecutionTime(SteadyTime end);
+    // ToString and ToStringPrefix, appended to text.
+    void AppendText(std::string* text, SecondText* second) const;
+    void AppendPrefix(std::string* text) const;
 
     // The Logger's open-entry slot that a PendingEntry reaches this entry through; -1 when none.
     int32_t open_slot_ = -1;
@@ -252,6 +267,47 @@ class Logger {
     friend class PendingEntry;
     friend class StreamLogger;
 
+    // The history: a double-ended queue whose entries never move, so that an open entry keeps its
+    // address while others come and go at either end. Entries sit in blocks of 16; the last block
+    // emptied is kept, so that a call appended and folded away again allocates nothing.
+    class History {
+      public:
+        History() = default;
+        History(History&& other) noexcept;
+        History& operator=(History&& other) = delete;
+        ~History();
+
+        size_t size() const { return size_; }
+        bool empty() const { return size_ == 0; }
+        LogEntry& operator[](size_t i) { return *Slot(i); }
+        const LogEntry& operator[](size_t i) const { return *Slot(i); }
+        LogEntry& front() { return *Slot(0); }
+        LogEntry& back() { return *Slot(size_ - 1); }
+        LogEntry& emplace_back(LogEntry&& entry);
+        void pop_front();
+        void pop_back();
+
+      private:
+        static constexpr size_t kBlockEntries = 16;
+        struct Block {
+            alignas(LogEntry) unsigned char slots[kBlockEntries][sizeof(LogEntry)];
+        };
+
+        LogEntry* Slot(size_t i) const;
+        void AddBlock();
+        void RemoveBlock(Block* block);
+
+        // The blocks in use, in order from blocks_[first_block_], in a ring whose size is a power
+        // of two.
+        std::vector<Block*> blocks_;
+        size_t first_block_ = 0;
+        size_t block_count_ = 0;
+        // Where the front entry sits in the first block.
+        size_t offset_ = 0;
+        size_t size_ = 0;
+        Block* spare_ = nullptr;
+    };
+
     // An open entry, as its PendingEntry reaches it: the entry (null once it has left the
     // history) and the generation of the handle that owns the slot.
     struct OpenSlot {
@@ -277,7 +333,7 @@ class Logger {
     mutable std::mutex mutex_;
     uint64_t max_bytes_;
     uint64_t bytes_ = 0;
-    std::deque<LogEntry> entries_;
+    History entries_;
     int32_t audio_mode_ = 0;
     bool sco_enabled_ = false;
     bool a2dp_suspended_ = false;
@@ -314,8 +370,9 @@ class PendingEntry {
     PendingEntry(Logger& logger, uint32_t slot, uint64_t generation)
         : logger_(&logger), slot_(slot), generation_(generation) {}
 
-    // Close, recording ret as the return value in the same hold of the mutex.
-    void CloseWithReturn(Argument ret);
+    // Close, recording ret (when set) as the return value in the same hold of the mutex. Hands
+    // back the entry that the fold removed, if any, for the caller to reuse or destroy.
+    std::optional<LogEntry> Finish(std::optional<Argument> ret);
 
     Logger* logger_;
     uint32_t slot_;
@@ -363,8 +420,17 @@ class StreamLogger {
     Logger& GetLogger() { return logger_; }
 
   private:
+    // Keeps the parcels and the argument list of an entry that folded away, for the next pair.
+    void Recycle(LogEntry& folded);
+
     Logger logger_;
     std::optional<PendingEntry> pending_;
+    // Commands and replies are written here first, then copied into a parcel of their exact size:
+    // a recycled one, so that a stream whose pairs fold allocates nothing per pair.
+    ndk::ScopedAParcel scratch_;
+    ndk::ScopedAParcel spare_command_;
+    ndk::ScopedAParcel spare_reply_;
+    std::vector<Argument> spare_arguments_;
 };
 
 }  // namespace vendor::zentro::tevrash::audio::hal::utils::interactionlogger
