@@ -169,10 +169,8 @@ void Logger::DumpDetails(const DumpsysInfo& info, bool with_state) const {
 
 void Logger::DumpToLogcat(int n) {
     LOG(INFO) << "=============== Last " << n << " calls ================";
-    for (size_t i = entries_.size(); i > 0 && entries_.size() - i < static_cast<size_t>(std::max(n, 0));
-         --i) {
-        LOG(INFO) << entries_[i - 1].ToString();
-    }
+    const size_t count = std::min(entries_.size(), static_cast<size_t>(std::max(n, 0)));
+    for (size_t i = 1; i <= count; ++i) LOG(INFO) << entries_[entries_.size() - i].ToString();
     LOG(INFO) << "==============================================";
 }
 
