@@ -122,14 +122,13 @@ void BM_EagerText_FoldedBurstPair(benchmark::State& state) {
         localtime_r(&seconds, &local);
         char stamp[32];
         const size_t length = strftime(stamp, sizeof(stamp), "%m-%d %T", &local);
-        const auto millis = std::chrono::duration_cast<std::chrono::milliseconds>(
-                                    now.time_since_epoch())
-                                    .count() %
-                            1000;
+        const auto millis =
+                std::chrono::duration_cast<std::chrono::milliseconds>(now.time_since_epoch()).count() %
+                1000;
         std::string line(stamp, length);
-        line += "." + std::to_string(millis) + " StreamDescriptor::Command: args(1): [command: " +
-                burst.toString() + "], ret: " + ActiveReply(frames += 480).toString() +
-                ", ecode: 0";
+        line += "." + std::to_string(millis) +
+                " StreamDescriptor::Command: args(1): [command: " + burst.toString() +
+                "], ret: " + ActiveReply(frames += 480).toString() + ", ecode: 0";
         bytes += line.size();
         lines.push_back(std::move(line));
         while (bytes > k64KiB) {
@@ -233,7 +232,8 @@ void BM_WriteDumpLines(benchmark::State& state) {
     }
     const int fd = open("/dev/null", O_WRONLY | O_CLOEXEC);
     for (auto _ : state) {
-        for (std::string_view line : lines) benchmark::DoNotOptimize(write(fd, line.data(), line.size()));
+        for (std::string_view line : lines)
+            benchmark::DoNotOptimize(write(fd, line.data(), line.size()));
     }
     close(fd);
     state.counters["lines/s"] = benchmark::Counter(static_cast<double>(lines.size()),
@@ -365,14 +365,15 @@ void BM_Logger_HeapPerBudgetByte(benchmark::State& state) {
             FillModuleHistory(logger, k1MiB);
             if (kind == 3) {
                 size_t parcels = 0;
-                logger.ForEachEntry([&](const LogEntry& entry) { parcels += entry.arguments.size() > 2; });
+                logger.ForEachEntry(
+                        [&](const LogEntry& entry) { parcels += entry.arguments.size() > 2; });
                 const size_t start = HeapInUse();
                 std::vector<Argument> held;
                 held.reserve(parcels);
                 for (size_t i = 0; i < parcels; ++i) {
-                    held.push_back(Argument::FromParcelable(
-                            "reply", ActiveReply(static_cast<int64_t>(i)),
-                            ArgumentType::kStreamDescriptorReply));
+                    held.push_back(Argument::FromParcelable("reply",
+                                                            ActiveReply(static_cast<int64_t>(i)),
+                                                            ArgumentType::kStreamDescriptorReply));
                 }
                 ratio = (static_cast<double>(HeapInUse() - start) -
                          static_cast<double>(held.capacity() * sizeof(Argument))) /
@@ -399,8 +400,9 @@ int main(int argc, char** argv) {
                      "BM_StreamLogger_FoldedBurstPair", "", "-"},
                     {"module call, 16 MiB / 64 KiB history", "BM_Logger_Call/16777216",
                      "BM_Logger_Call/65536", "", "<= 1.1"},
-                    {"(info) steady-state append, 16 MiB / 64 KiB", "BM_Logger_AppendSteadyState/16777216",
-                     "BM_Logger_AppendSteadyState/65536", "", "-"},
+                    {"(info) steady-state append, 16 MiB / 64 KiB",
+                     "BM_Logger_AppendSteadyState/16777216", "BM_Logger_AppendSteadyState/65536",
+                     "", "-"},
                     {"Logger::Dump 1 MiB, lines/s / write() alone", "BM_Logger_Dump/1048576",
                      "BM_WriteDumpLines/0", "lines/s", "-"},
                     {"Logger::Dump lines/s, 1 MiB / 64 KiB (linear)", "BM_Logger_Dump/1048576",

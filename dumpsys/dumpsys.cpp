@@ -133,7 +133,8 @@ std::streamsize LineStream::Buffer::xsputn(const char* s, std::streamsize n) {
 }
 
 LineStream::Buffer::int_type LineStream::Buffer::overflow(int_type c) {
-    if (!traits_type::eq_int_type(c, traits_type::eof())) line_.Append(traits_type::to_char_type(c));
+    if (!traits_type::eq_int_type(c, traits_type::eof()))
+        line_.Append(traits_type::to_char_type(c));
     return traits_type::not_eof(c);
 }
 

@@ -36,7 +36,8 @@ Argument::Argument(const char* name, int32_t value, ArgumentType type)
     : value(value), name(name), size(kFixedSize), type(type) {
     if (static_cast<int32_t>(type) <= static_cast<int32_t>(ArgumentType::kAudioMode)) return;
     // Folding would later end the process on an int where a parcel must be.
-    LOG(ERROR) << "Argument: " << (name != nullptr ? name : "") << ": type " << static_cast<int32_t>(type)
+    LOG(ERROR) << "Argument: " << (name != nullptr ? name : "") << ": type "
+               << static_cast<int32_t>(type)
                << " names a parcelable, not an int; logged as a plain int";
     this->type = ArgumentType::kInt;
 }
@@ -47,7 +48,8 @@ Argument::Argument(const char* name, float value)
 Argument::Argument(const char* name, const void* value)
     : value(const_cast<void*>(value)), name(name), size(kFixedSize), type(ArgumentType::kPointer) {}
 
-Argument::Argument(const char* name, std::nullptr_t) : Argument(name, static_cast<const void*>(nullptr)) {}
+Argument::Argument(const char* name, std::nullptr_t)
+    : Argument(name, static_cast<const void*>(nullptr)) {}
 
 Argument::Argument(const char* name, std::string value)
     : value(std::move(value)),
@@ -55,8 +57,7 @@ Argument::Argument(const char* name, std::string value)
       size(kFixedSize + std::get<std::string>(this->value).size()),
       type(ArgumentType::kString) {}
 
-Argument::Argument(const char* name, std::string_view value)
-    : Argument(name, std::string(value)) {}
+Argument::Argument(const char* name, std::string_view value) : Argument(name, std::string(value)) {}
 
 Argument::Argument(const char* name, const char* value)
     : Argument(name, std::string(value != nullptr ? value : "")) {}
@@ -86,7 +87,8 @@ void Argument::AppendText(std::string* text) const {
             *text += label;
             *text += ": ";
             if (type == ArgumentType::kAudioMode) {
-                *text += toString(static_cast<aidl::android::media::audio::common::AudioMode>(number));
+                *text += toString(
+                        static_cast<aidl::android::media::audio::common::AudioMode>(number));
                 return;
             }
             char digits[16];
@@ -189,7 +191,8 @@ bool ReadReplyKeyFast(const AParcel* parcel, ReplyKey* key) {
     size_t offset = 12;
     if (!skip_position(&offset) || !skip_position(&offset)) return false;
     // latencyMs, xrunFrames, state and flushFromPosition must all lie inside the reply.
-    if (reply_size > data_size || offset + 16 > static_cast<size_t>(std::max<int64_t>(reply_size, 0))) {
+    if (reply_size > data_size ||
+        offset + 16 > static_cast<size_t>(std::max<int64_t>(reply_size, 0))) {
         return false;
     }
     key->status = Int32At(bytes, 4);

@@ -59,8 +59,7 @@ void Accumulate(LogEntry& prev, const LogEntry& last) {
         return;
     }
     const int64_t room = kMaxCount - std::max(prev.count, 0);
-    prev.total_time =
-            WrappingAdd(prev.total_time, static_cast<int32_t>(total_time * room / calls));
+    prev.total_time = WrappingAdd(prev.total_time, static_cast<int32_t>(total_time * room / calls));
     prev.count = kMaxCount;
 }
 
@@ -265,8 +264,7 @@ void Logger::Forget(const LogEntry& entry) {
 }
 
 std::optional<LogEntry> Logger::CloseLocked(uint32_t slot, uint64_t generation,
-                                            LogEntry::SteadyTime end,
-                                            std::optional<Argument>* ret) {
+                                            LogEntry::SteadyTime end, std::optional<Argument>* ret) {
     OpenSlot& open = open_slots_[slot];
     if (open.generation == generation) {
         if (LogEntry* entry = open.entry; entry != nullptr) {

@@ -75,10 +75,9 @@ void StreamLogger::LogReply(const StreamDescriptor::Reply& reply) {
     if (!pending_.has_value()) return;
     // Only the command side of a pair counts against the budget. The reply and the close take one
     // hold of the mutex.
-    std::optional<LogEntry> folded =
-            pending_->Finish(Serialise(scratch_.get(), "ret", reply,
-                                       ArgumentType::kStreamDescriptorReply,
-                                       std::move(spare_reply_)));
+    std::optional<LogEntry> folded = pending_->Finish(
+            Serialise(scratch_.get(), "ret", reply, ArgumentType::kStreamDescriptorReply,
+                      std::move(spare_reply_)));
     pending_.reset();
     if (folded.has_value()) Recycle(*folded);
 }

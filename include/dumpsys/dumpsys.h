@@ -155,7 +155,8 @@ class Dumpsys {
     template <typename T>
     Dumpsys& operator<<(const T& value) {
         using Value = std::decay_t<T>;
-        if constexpr (std::is_same_v<Value, std::string> || std::is_same_v<Value, std::string_view>) {
+        if constexpr (std::is_same_v<Value, std::string> ||
+                      std::is_same_v<Value, std::string_view>) {
             if (!stream_.has_value()) {
                 line_.Append(value.data(), value.size());
                 return *this;
