@@ -170,6 +170,22 @@ TEST_F(LoggerTest, Balance_OldestLeaveForTheNewest) {
     EXPECT_EQ(DumpLines(logger, false)[0], "Interaction logger(1, 2256):");
     logger.Append(Call("f"));
     EXPECT_EQ(DumpLines(logger, false)[0], "Interaction logger(1, 256):");
+
+    // Room for two: each round pushes the oldest out and folds the newest away, at every place of
+    // the history's storage.
+    Logger two(512);
+    for (int i = 0; i < 40; ++i) {
+        two.Append(Call("f", Value(i), i));
+        two.Append(Call("f", Value(i), i));
+        two.FoldContiguousDuplicatedEntry();
+        const std::string us = std::to_string(i) + " us";
+        ASSERT_EQ(DumpLines(two, false),
+                  (Lines{"Interaction logger(1, 256):", kRule,
+                         "03-05 14:07:09.123 IModule::f: args(1): [value: " + std::to_string(i) +
+                                 "], ret: not set, ecode: 0, contiguous calls: [count: 2, max: " +
+                                 us + ", min: " + us + ", avg: " + us + "]",
+                         kRule}));
+    }
 }
 
 TEST_F(LoggerTest, Dump_DetailedLayout) {
