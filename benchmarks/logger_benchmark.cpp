@@ -1,18 +1,36 @@
-// The interaction logger's hot paths: logging a stream's command/reply pairs and module calls,
-// dumping a full history, and the heap a full history holds for its byte budget.
+// The interaction logger's hot paths, each next to the reference it is judged against, measured in
+// the same run: a running stream's folded burst pair against the same pair formatted eagerly into
+// a bounded text log; a module call into a 16 MiB history against a 64 KiB one; dumps of full
+// histories against writing their lines alone; a pair's longest wait while another thread dumps
+// against the same pairs without a dump; and the heap a full history holds for its byte budget,
+// with the parcels' share of it. The ratios are printed at the end; run an optimised build:
+//
+//   build/default/benchmarks/logger_benchmark --benchmark_repetitions=5
 
 #include <interactionlogger/logger.h>
 
 #include <fcntl.h>
 #include <malloc.h>
+#include <time.h>
 #include <unistd.h>
 
-#include <benchmark/benchmark.h>
+#include <algorithm>
+#include <atomic>
+#include <chrono>
+#include <deque>
+#include <sstream>
+#include <thread>
+
+#include "ratio_reporter.h"
 
 namespace vendor::zentro::tevrash::audio::hal::utils::interactionlogger {
 namespace {
 
 using aidl::android::hardware::audio::core::StreamDescriptor;
+
+constexpr uint64_t k64KiB = 64 << 10;
+constexpr uint64_t k1MiB = 1 << 20;
+constexpr uint64_t k16MiB = 16 << 20;
 
 StreamDescriptor::Reply ActiveReply(int64_t frames) {
     StreamDescriptor::Reply reply;
@@ -23,128 +41,385 @@ StreamDescriptor::Reply ActiveReply(int64_t frames) {
     return reply;
 }
 
-const StreamDescriptor::Command kBurst =
-        StreamDescriptor::Command::make<StreamDescriptor::Command::burst>(1920);
-
-// What a running stream logs every period: a burst and its reply, folding into one entry.
-void BM_StreamLogger_FoldedBurstPair(benchmark::State& state) {
-    StreamLogger logger(64 * 1024);
-    int64_t frames = 0;
-    for (auto _ : state) {
-        logger.LogCommand(kBurst);
-        logger.LogReply(ActiveReply(frames += 480));
-    }
-    state.counters["entries"] = static_cast<double>(logger.GetLogger().GetEntryCount());
+StreamDescriptor::Command Burst(int32_t bytes) {
+    return StreamDescriptor::Command::make<StreamDescriptor::Command::burst>(bytes);
 }
-BENCHMARK(BM_StreamLogger_FoldedBurstPair)->Repetitions(5)->ReportAggregatesOnly(true);
 
-// The same pair handled eagerly: formatted as text at once and compared with the previous pair's
-// text, as a text log that folds repeats would have to.
-void BM_EagerText_FoldedBurstPair(benchmark::State& state) {
-    std::string previous_command;
-    std::string previous_reply;
-    int64_t frames = 0;
-    int64_t folded = 0;
-    for (auto _ : state) {
-        std::string command = kBurst.toString();
-        StreamDescriptor::Reply reply = ActiveReply(frames += 480);
-        std::string reply_text = reply.toString();
-        if (command == previous_command && reply_text == previous_reply) ++folded;
-        previous_command = std::move(command);
-        previous_reply = std::move(reply_text);
-        benchmark::DoNotOptimize(folded);
+// Fills a stream's history to its budget with pairs that do not fold (their burst sizes differ).
+void FillStreamHistory(StreamLogger& logger, uint64_t budget) {
+    const uint64_t pair = Logger::kEntrySize + Argument::kFixedSize + 8;
+    for (int32_t bytes = 1; logger.GetLogger().GetBytes() + pair <= budget; ++bytes) {
+        logger.LogCommand(Burst(bytes));
+        logger.LogReply(ActiveReply(bytes));
     }
 }
-BENCHMARK(BM_EagerText_FoldedBurstPair)->Repetitions(5)->ReportAggregatesOnly(true);
 
+// A module call with plain arguments, every fourth with a parcelable; `i` keeps calls apart.
 LogEntry ModuleCall(int32_t i) {
     std::vector<Argument> arguments;
+    arguments.emplace_back("mute", i % 2 == 0);
     arguments.emplace_back("id", i);
+    if (i % 4 == 0) {
+        arguments.push_back(Argument::FromParcelable("reply", ActiveReply(i),
+                                                     ArgumentType::kStreamDescriptorReply));
+    }
     return LogEntry("IModule", "setMasterMute", std::move(arguments));
 }
 
-// Appends of entries that never fold, into a full history: each pushes the oldest out.
-void BM_Logger_AppendSteadyState(benchmark::State& state) {
-    const auto budget = static_cast<uint64_t>(state.range(0));
-    Logger logger(budget);
-    int32_t i = 0;
-    while (logger.GetBytes() + Logger::kEntrySize + Argument::kFixedSize <= budget) {
-        logger.Append(ModuleCall(i++));
-    }
-    for (auto _ : state) logger.Append(ModuleCall(i++));
-    state.counters["entries"] = static_cast<double>(logger.GetEntryCount());
-}
-BENCHMARK(BM_Logger_AppendSteadyState)->Arg(64 << 10)->Arg(16 << 20);
-
-// Fills a logger with a realistic mix: module calls with plain and parcelable arguments, closed,
-// with return values.
+// Fills a history to its budget with closed calls that do not fold, with return values.
 void FillModuleHistory(Logger& logger, uint64_t budget) {
-    for (int32_t i = 0; logger.GetBytes() + 1024 < budget; ++i) {
-        std::vector<Argument> arguments;
-        arguments.emplace_back("mute", i % 2 == 0);
-        arguments.emplace_back("id", i);
-        if (i % 4 == 0) {
-            StreamDescriptor::Reply reply = ActiveReply(i);
-            arguments.push_back(
-                    Argument::FromParcelable("reply", reply, ArgumentType::kStreamDescriptorReply));
-        }
-        PendingEntry call = logger.Begin(LogEntry("IModule", "setMasterMute", std::move(arguments)));
+    for (int32_t i = 1;; ++i) {
+        LogEntry entry = ModuleCall(i);
+        if (logger.GetBytes() + Logger::kEntrySize + entry.arguments_size > budget) return;
+        PendingEntry call = logger.Begin(std::move(entry));
         call.SetReturn(Argument("ret", i));
     }
 }
 
-void BM_Logger_DetailedDumpOfFullHistory(benchmark::State& state) {
-    constexpr uint64_t kBudget = 1 << 20;
-    Logger logger(kBudget);
-    FillModuleHistory(logger, kBudget);
-    const int fd = open("/dev/null", O_WRONLY | O_CLOEXEC);
-    dumpsys::DumpsysInfo info(fd);
-    for (auto _ : state) logger.Dump(info);
-    close(fd);
-    // Eight lines of header and rules, at least one per entry.
-    const double lines = 8.0 + static_cast<double>(logger.GetEntryCount());
+// What a running stream logs every period: a burst and its reply, folding into the newest entry of
+// a full 64 KiB history.
+void BM_StreamLogger_FoldedBurstPair(benchmark::State& state) {
+    StreamLogger logger(k64KiB);
+    FillStreamHistory(logger, k64KiB);
+    const StreamDescriptor::Command burst = Burst(1920);
+    int64_t frames = 0;
+    for (auto _ : state) {
+        logger.LogCommand(burst);
+        logger.LogReply(ActiveReply(frames += 480));
+    }
+    state.counters["entries"] = static_cast<double>(logger.GetLogger().GetEntryCount());
+}
+BENCHMARK(BM_StreamLogger_FoldedBurstPair);
+
+// The parcel layer's part of a folded pair: serialising the command and the reply into the parcels
+// that the logger reuses, which the platform's parcels and generated code do on a device.
+void BM_ParcelLayer_BurstPair(benchmark::State& state) {
+    ndk::ScopedAParcel command(AParcel_create());
+    ndk::ScopedAParcel reply(AParcel_create());
+    const StreamDescriptor::Command burst = Burst(1920);
+    int64_t frames = 0;
+    for (auto _ : state) {
+        AParcel_setDataPosition(command.get(), 0);
+        benchmark::DoNotOptimize(burst.writeToParcel(command.get()));
+        AParcel_setDataPosition(reply.get(), 0);
+        benchmark::DoNotOptimize(ActiveReply(frames += 480).writeToParcel(reply.get()));
+    }
+}
+BENCHMARK(BM_ParcelLayer_BurstPair);
+
+// The same pair in a text log bounded to 64 KiB, as an eager logger would keep it: stamped and
+// formatted at once, then appended (its positions change with every reply, so its text never
+// repeats and nothing folds), pushing the oldest lines out.
+void BM_EagerText_FoldedBurstPair(benchmark::State& state) {
+    std::deque<std::string> lines;
+    size_t bytes = 0;
+    const StreamDescriptor::Command burst = Burst(1920);
+    int64_t frames = 0;
+    for (auto _ : state) {
+        const auto now = std::chrono::system_clock::now();
+        const time_t seconds = std::chrono::system_clock::to_time_t(now);
+        struct tm local {};
+        localtime_r(&seconds, &local);
+        char stamp[32];
+        const size_t length = strftime(stamp, sizeof(stamp), "%m-%d %T", &local);
+        const auto millis =
+                std::chrono::duration_cast<std::chrono::milliseconds>(now.time_since_epoch()).count() %
+                1000;
+        std::string line(stamp, length);
+        line += "." + std::to_string(millis) +
+                " StreamDescriptor::Command: args(1): [command: " + burst.toString() +
+                "], ret: " + ActiveReply(frames += 480).toString() + ", ecode: 0";
+        bytes += line.size();
+        lines.push_back(std::move(line));
+        while (bytes > k64KiB) {
+            bytes -= lines.front().size();
+            lines.pop_front();
+        }
+    }
+    state.counters["entries"] = static_cast<double>(lines.size());
+}
+BENCHMARK(BM_EagerText_FoldedBurstPair);
+
+// One module call through its handle, as a binder thread logs it, into a full history of the
+// given budget: the same call again and again, folding into the newest entry.
+void BM_Logger_Call(benchmark::State& state) {
+    const auto budget = static_cast<uint64_t>(state.range(0));
+    Logger logger(budget);
+    FillModuleHistory(logger, budget);
+    for (auto _ : state) {
+        std::vector<Argument> arguments;
+        arguments.emplace_back("mute", true);
+        PendingEntry call = logger.Begin(LogEntry("IModule", "setMasterMute", std::move(arguments)));
+        call.SetReturn(Argument("ret", true));
+        call.SetErrorCode(0);
+        call.Close();
+    }
     state.counters["entries"] = static_cast<double>(logger.GetEntryCount());
+}
+BENCHMARK(BM_Logger_Call)->Arg(k64KiB)->Arg(k16MiB);
+
+// Calls that never fold, closed as they come, into a full history: each pushes the oldest out.
+void BM_Logger_AppendSteadyState(benchmark::State& state) {
+    const auto budget = static_cast<uint64_t>(state.range(0));
+    Logger logger(budget);
+    FillModuleHistory(logger, budget);
+    int32_t i = 1 << 30;
+    for (auto _ : state) logger.Begin(ModuleCall(++i)).Close();
+    state.counters["entries"] = static_cast<double>(logger.GetEntryCount());
+}
+BENCHMARK(BM_Logger_AppendSteadyState)->Arg(k64KiB)->Arg(k16MiB);
+
+// The text of a dump, captured once.
+template <typename Dumpable>
+std::string DumpText(Dumpable& dumpable) {
+    std::stringbuf text;
+    dumpsys::DumpsysInfo info;
+    info.stream_buffer = &text;
+    dumpable.Dump(info);
+    return text.str();
+}
+
+double CountLines(const std::string& text) {
+    return static_cast<double>(std::count(text.begin(), text.end(), '\n'));
+}
+
+// Dumps to /dev/null, counting the lines each dump really writes.
+template <typename Dumpable>
+void DumpToNull(benchmark::State& state, Dumpable& dumpable) {
+    const double lines = CountLines(DumpText(dumpable));
+    const int fd = open("/dev/null", O_WRONLY | O_CLOEXEC);
+    const dumpsys::DumpsysInfo info(fd);
+    for (auto _ : state) dumpable.Dump(info);
+    close(fd);
+    state.counters["lines"] = lines;
     state.counters["lines/s"] =
             benchmark::Counter(lines, benchmark::Counter::kIsIterationInvariantRate);
 }
-BENCHMARK(BM_Logger_DetailedDumpOfFullHistory)->Unit(benchmark::kMillisecond);
+
+// Logger::Dump (the detailed layout) of a full history of module calls.
+void BM_Logger_Dump(benchmark::State& state) {
+    const auto budget = static_cast<uint64_t>(state.range(0));
+    Logger logger(budget);
+    FillModuleHistory(logger, budget);
+    DumpToNull(state, logger);
+}
+BENCHMARK(BM_Logger_Dump)->Arg(k64KiB)->Arg(k1MiB)->Unit(benchmark::kMillisecond);
+
+// StreamLogger::Dump (the plain layout) of a full 1 MiB history of pairs that did not fold.
+void BM_StreamLogger_Dump(benchmark::State& state) {
+    StreamLogger logger(k1MiB);
+    FillStreamHistory(logger, k1MiB);
+    DumpToNull(state, logger);
+}
+BENCHMARK(BM_StreamLogger_Dump)->Unit(benchmark::kMillisecond);
+
+// The reference of a dump: its lines alone, one write() each to /dev/null.
+void BM_WriteDumpLines(benchmark::State& state) {
+    std::string text;
+    if (state.range(0) == 0) {
+        Logger logger(k1MiB);
+        FillModuleHistory(logger, k1MiB);
+        text = DumpText(logger);
+    } else {
+        StreamLogger logger(k1MiB);
+        FillStreamHistory(logger, k1MiB);
+        text = DumpText(logger);
+    }
+    std::vector<std::string_view> lines;
+    for (size_t start = 0, end; (end = text.find('\n', start)) != std::string::npos;
+         start = end + 1) {
+        lines.push_back(std::string_view(text).substr(start, end - start + 1));
+    }
+    const int fd = open("/dev/null", O_WRONLY | O_CLOEXEC);
+    for (auto _ : state) {
+        for (std::string_view line : lines)
+            benchmark::DoNotOptimize(write(fd, line.data(), line.size()));
+    }
+    close(fd);
+    state.counters["lines/s"] = benchmark::Counter(static_cast<double>(lines.size()),
+                                                   benchmark::Counter::kIsIterationInvariantRate);
+}
+BENCHMARK(BM_WriteDumpLines)->Arg(0)->Arg(1)->Unit(benchmark::kMillisecond);
+
+// The parcel layer's part of a dump: decoding and rendering the parcels of every entry of a full
+// 1 MiB history of module calls (0) or of a stream's pairs (1), with the platform's generated
+// readFromParcel and toString on a device.
+void BM_RenderParcels(benchmark::State& state) {
+    Logger module(k1MiB);
+    StreamLogger stream(k1MiB);
+    FillModuleHistory(module, k1MiB);
+    FillStreamHistory(stream, k1MiB);
+    const Logger& logger = state.range(0) == 0 ? module : stream.GetLogger();
+    for (auto _ : state) {
+        logger.ForEachEntry([](const LogEntry& entry) {
+            for (const Argument& argument : entry.arguments) {
+                if (const auto* parcel = std::get_if<ndk::ScopedAParcel>(&argument.value)) {
+                    benchmark::DoNotOptimize(argument.ToStringAidl(*parcel));
+                }
+            }
+            if (!entry.ret.has_value()) return;
+            if (const auto* parcel = std::get_if<ndk::ScopedAParcel>(&entry.ret->value)) {
+                benchmark::DoNotOptimize(entry.ret->ToStringAidl(*parcel));
+            }
+        });
+    }
+}
+BENCHMARK(BM_RenderParcels)->Arg(0)->Arg(1)->Unit(benchmark::kMillisecond);
+
+// The longest LogCommand + LogReply of a stream with a full 1 MiB history, while another thread
+// dumps that history again and again (1) or without it (0).
+void BM_StreamLogger_LongestPair(benchmark::State& state) {
+    StreamLogger logger(k1MiB);
+    FillStreamHistory(logger, k1MiB);
+    const bool dumping = state.range(0) == 1;
+    std::atomic<bool> stop = false;
+    std::atomic<int> dumps = 0;
+    // The dumping thread's CPU time per dump: how long a dump holds the mutex when nothing else
+    // wants its core, which a loaded machine can only lengthen.
+    double dump_cpu_ms = 0;
+    std::thread dumper([&] {
+        const int fd = open("/dev/null", O_WRONLY | O_CLOEXEC);
+        const dumpsys::DumpsysInfo info(fd);
+        auto cpu_ms = [] {
+            timespec now{};
+            clock_gettime(CLOCK_THREAD_CPUTIME_ID, &now);
+            return static_cast<double>(now.tv_sec) * 1e3 + static_cast<double>(now.tv_nsec) / 1e6;
+        };
+        // A dump every millisecond: far more often than dump requests come, and still room for
+        // the pairs between two dumps (a mutex is not fair: back-to-back dumps could starve them).
+        while (dumping && !stop) {
+            const double start = cpu_ms();
+            logger.Dump(info);
+            dump_cpu_ms = std::max(dump_cpu_ms, cpu_ms() - start);
+            ++dumps;
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        }
+        close(fd);
+    });
+    const StreamDescriptor::Command burst = Burst(1920);
+    int64_t frames = 0;
+    std::chrono::steady_clock::duration longest{};
+    for (auto _ : state) {
+        const auto start = std::chrono::steady_clock::now();
+        logger.LogCommand(burst);
+        logger.LogReply(ActiveReply(frames += 480));
+        longest = std::max(longest, std::chrono::steady_clock::now() - start);
+    }
+    stop = true;
+    dumper.join();
+    state.counters["longest ms"] = std::chrono::duration<double, std::milli>(longest).count();
+    state.counters["dumps"] = dumps.load();
+    state.counters["dump cpu ms"] = dump_cpu_ms;
+}
+BENCHMARK(BM_StreamLogger_LongestPair)->Arg(0)->Arg(1)->MinTime(1.0);
+
+// A parcelable argument as StreamLogger stores it: a parcel of the data's exact size.
+template <typename Parcelable>
+Argument ExactParcel(const char* name, const Parcelable& object, ArgumentType type) {
+    const Argument written = Argument::FromParcelable(name, object, type);
+    const AParcel* source = std::get<ndk::ScopedAParcel>(written.value).get();
+    std::vector<uint8_t> bytes(static_cast<size_t>(AParcel_getDataSize(source)));
+    AParcel_marshal(source, bytes.data(), 0, bytes.size());
+    ndk::ScopedAParcel exact(AParcel_create());
+    AParcel_unmarshal(exact.get(), bytes.data(), bytes.size());
+    return Argument(name, std::move(exact), type);
+}
 
 size_t HeapInUse() {
     return mallinfo2().uordblks;
 }
 
-// The heap a full history holds, divided by its byte budget.
+// The heap a full 1 MiB history holds, divided by its budget: a stream's pairs (0), module calls
+// (1), and the parcels alone that those histories hold (2 and 3), which the platform's parcels
+// replace on a device.
 void BM_Logger_HeapPerBudgetByte(benchmark::State& state) {
-    constexpr uint64_t kBudget = 1 << 20;
-    const bool stream = state.range(0) == 1;
+    const int64_t kind = state.range(0);
     double ratio = 0;
     for (auto _ : state) {
         const size_t before = HeapInUse();
-        {
-            if (stream) {
-                StreamLogger logger(kBudget);
-                for (int64_t frames = 0; logger.GetLogger().GetBytes() + 512 < kBudget;
-                     frames += 480) {
-                    // Different burst sizes keep pairs from folding.
-                    logger.LogCommand(
-                            StreamDescriptor::Command::make<StreamDescriptor::Command::burst>(
-                                    static_cast<int32_t>(frames)));
-                    logger.LogReply(ActiveReply(frames));
+        if (kind == 0 || kind == 2) {
+            auto logger = std::make_unique<StreamLogger>(k1MiB);
+            FillStreamHistory(*logger, k1MiB);
+            if (kind == 2) {
+                // The same parcels, made as the stream logger makes them.
+                const size_t pairs = logger->GetLogger().GetEntryCount();
+                logger.reset();
+                const size_t empty = HeapInUse();
+                std::vector<Argument> parcels;
+                parcels.reserve(2 * pairs);
+                for (size_t i = 0; i < pairs; ++i) {
+                    parcels.push_back(ExactParcel("command", Burst(static_cast<int32_t>(i)),
+                                                  ArgumentType::kStreamDescriptorCommand));
+                    parcels.push_back(ExactParcel("ret", ActiveReply(static_cast<int64_t>(i)),
+                                                  ArgumentType::kStreamDescriptorReply));
                 }
-                ratio = static_cast<double>(HeapInUse() - before) / kBudget;
-            } else {
-                Logger logger(kBudget);
-                FillModuleHistory(logger, kBudget);
-                ratio = static_cast<double>(HeapInUse() - before) / kBudget;
+                // Less the vector that holds them, which is not part of a history.
+                ratio = (static_cast<double>(HeapInUse() - empty) -
+                         static_cast<double>(parcels.capacity() * sizeof(Argument))) /
+                        k1MiB;
+                continue;
             }
+            ratio = static_cast<double>(HeapInUse() - before) / k1MiB;
+        } else {
+            Logger logger(k1MiB);
+            FillModuleHistory(logger, k1MiB);
+            if (kind == 3) {
+                size_t parcels = 0;
+                logger.ForEachEntry(
+                        [&](const LogEntry& entry) { parcels += entry.arguments.size() > 2; });
+                const size_t start = HeapInUse();
+                std::vector<Argument> held;
+                held.reserve(parcels);
+                for (size_t i = 0; i < parcels; ++i) {
+                    held.push_back(Argument::FromParcelable("reply",
+                                                            ActiveReply(static_cast<int64_t>(i)),
+                                                            ArgumentType::kStreamDescriptorReply));
+                }
+                ratio = (static_cast<double>(HeapInUse() - start) -
+                         static_cast<double>(held.capacity() * sizeof(Argument))) /
+                        k1MiB;
+                continue;
+            }
+            ratio = static_cast<double>(HeapInUse() - before) / k1MiB;
         }
     }
     state.counters["heap/budget"] = ratio;
-    state.SetLabel(stream ? "stream pairs" : "module calls");
 }
-BENCHMARK(BM_Logger_HeapPerBudgetByte)->Arg(0)->Arg(1)->Iterations(1);
+BENCHMARK(BM_Logger_HeapPerBudgetByte)->DenseRange(0, 3)->Iterations(1);
 
 }  // namespace
 }  // namespace vendor::zentro::tevrash::audio::hal::utils::interactionlogger
 
-BENCHMARK_MAIN();
+int main(int argc, char** argv) {
+    return autl::bench::RunWithRatios(
+            argc, argv,
+            {
+                    {"folded burst pair, ours / eager text log", "BM_StreamLogger_FoldedBurstPair",
+                     "BM_EagerText_FoldedBurstPair", "", "<= 0.25"},
+                    {"  parcel layer's part of the pair", "BM_ParcelLayer_BurstPair",
+                     "BM_StreamLogger_FoldedBurstPair", "", "-"},
+                    {"module call, 16 MiB / 64 KiB history", "BM_Logger_Call/16777216",
+                     "BM_Logger_Call/65536", "", "<= 1.1"},
+                    {"(info) steady-state append, 16 MiB / 64 KiB",
+                     "BM_Logger_AppendSteadyState/16777216", "BM_Logger_AppendSteadyState/65536",
+                     "", "-"},
+                    {"Logger::Dump 1 MiB, lines/s / write() alone", "BM_Logger_Dump/1048576",
+                     "BM_WriteDumpLines/0", "lines/s", "-"},
+                    {"Logger::Dump lines/s, 1 MiB / 64 KiB (linear)", "BM_Logger_Dump/1048576",
+                     "BM_Logger_Dump/65536", "lines/s", "~1"},
+                    {"  parcel layer's part of Logger::Dump 1 MiB", "BM_RenderParcels/0",
+                     "BM_Logger_Dump/1048576", "", "-"},
+                    {"StreamLogger::Dump 1 MiB, lines/s / write() alone", "BM_StreamLogger_Dump",
+                     "BM_WriteDumpLines/1", "lines/s", "-"},
+                    {"  parcel layer's part of StreamLogger::Dump", "BM_RenderParcels/1",
+                     "BM_StreamLogger_Dump", "", "-"},
+                    {"longest pair (ms), dumping / not dumping", "BM_StreamLogger_LongestPair/1",
+                     "BM_StreamLogger_LongestPair/0", "longest ms", "-"},
+                    {"heap / budget, stream history", "BM_Logger_HeapPerBudgetByte/0", "",
+                     "heap/budget", "<= 1.6"},
+                    {"  of which parcels", "BM_Logger_HeapPerBudgetByte/2", "", "heap/budget", "-"},
+                    {"heap / budget, module history", "BM_Logger_HeapPerBudgetByte/1", "",
+                     "heap/budget", "-"},
+                    {"  of which parcels", "BM_Logger_HeapPerBudgetByte/3", "", "heap/budget", "-"},
+            });
+}

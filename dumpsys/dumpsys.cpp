@@ -7,20 +7,50 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cstring>
 #include <string>
 
 namespace vendor::zentro::tevrash::audio::hal::utils::dumpsys {
 
 namespace {
 
-// One write() that cannot kill the process: a dump reader that went away early (dumpsys timing
-// out) must cost the lines, not the service. SIGPIPE is blocked on this thread for the call, and
-// one that the call raised is taken off the thread's pending signals before the mask comes back;
-// the write then fails with EPIPE like any other failed write.
-ssize_t WriteWithoutSigpipe(int fd, const void* data, size_t size) {
+// The SIGPIPE protection of the calling thread: how many ScopedSigpipeBlocks are open on it, the
+// signal mask from before the outermost, and what the writes under it met.
+struct SigpipeScope {
+    int depth = 0;
+    bool was_pending = false;
+    bool broken_pipe = false;
+    sigset_t previous_mask;
+};
+thread_local SigpipeScope sigpipe_scope;
+
+sigset_t SigpipeSet() {
     sigset_t sigpipe;
     sigemptyset(&sigpipe);
     sigaddset(&sigpipe, SIGPIPE);
+    return sigpipe;
+}
+
+// Takes a SIGPIPE off the thread's pending signals.
+void DiscardPendingSigpipe() {
+    const sigset_t sigpipe = SigpipeSet();
+    const struct timespec no_wait = {};
+    while (sigtimedwait(&sigpipe, nullptr, &no_wait) < 0 && errno == EINTR) {
+    }
+}
+
+// One write() that cannot kill the process: a dump reader that went away early (dumpsys timing
+// out) must cost the lines, not the service. Inside a ScopedSigpipeBlock, SIGPIPE is already
+// blocked and this is the write alone. Otherwise SIGPIPE is blocked for the call, and one that
+// the call raised is taken off the thread's pending signals before the mask comes back. Either
+// way the write then fails with EPIPE like any other failed write.
+ssize_t WriteWithoutSigpipe(int fd, const void* data, size_t size) {
+    if (sigpipe_scope.depth > 0) {
+        const ssize_t written = ::write(fd, data, size);
+        if (written < 0 && errno == EPIPE) sigpipe_scope.broken_pipe = true;
+        return written;
+    }
+    const sigset_t sigpipe = SigpipeSet();
     sigset_t previous;
     pthread_sigmask(SIG_BLOCK, &sigpipe, &previous);
     sigset_t pending;
@@ -29,17 +59,34 @@ ssize_t WriteWithoutSigpipe(int fd, const void* data, size_t size) {
     const bool was_pending = sigismember(&pending, SIGPIPE) == 1;
     const ssize_t written = ::write(fd, data, size);
     const int write_errno = errno;
-    if (written < 0 && write_errno == EPIPE && !was_pending) {
-        const struct timespec no_wait = {};
-        while (sigtimedwait(&sigpipe, nullptr, &no_wait) < 0 && errno == EINTR) {
-        }
-    }
+    if (written < 0 && write_errno == EPIPE && !was_pending) DiscardPendingSigpipe();
     pthread_sigmask(SIG_SETMASK, &previous, nullptr);
     errno = write_errno;
     return written;
 }
 
 }  // namespace
+
+ScopedSigpipeBlock::ScopedSigpipeBlock() {
+    if (sigpipe_scope.depth++ > 0) return;
+    const int saved_errno = errno;
+    const sigset_t sigpipe = SigpipeSet();
+    pthread_sigmask(SIG_BLOCK, &sigpipe, &sigpipe_scope.previous_mask);
+    sigset_t pending;
+    sigpending(&pending);
+    // A SIGPIPE that was pending before is someone else's; leave it.
+    sigpipe_scope.was_pending = sigismember(&pending, SIGPIPE) == 1;
+    sigpipe_scope.broken_pipe = false;
+    errno = saved_errno;
+}
+
+ScopedSigpipeBlock::~ScopedSigpipeBlock() {
+    if (--sigpipe_scope.depth > 0) return;
+    const int saved_errno = errno;
+    if (sigpipe_scope.broken_pipe && !sigpipe_scope.was_pending) DiscardPendingSigpipe();
+    pthread_sigmask(SIG_SETMASK, &sigpipe_scope.previous_mask, nullptr);
+    errno = saved_errno;
+}
 
 namespace internal {
 
@@ -61,6 +108,34 @@ std::streamsize NullStreamBuffer::xsputn(const char*, std::streamsize n) {
 
 NullStreamBuffer::int_type NullStreamBuffer::overflow(int_type c) {
     return c;
+}
+
+void LineBuffer::Append(const char* text, size_t size) {
+    if (size > capacity_ - size_) {
+        const size_t capacity = std::max(2 * capacity_, size_ + size);
+        auto heap = std::make_unique<char[]>(capacity);
+        std::memcpy(heap.get(), data_, size_);
+        heap_ = std::move(heap);
+        data_ = heap_.get();
+        capacity_ = capacity;
+    }
+    std::memcpy(data_ + size_, text, size);
+    size_ += size;
+}
+
+LineStream::LineStream(LineBuffer& line) : buffer_(line), stream_(&buffer_) {
+    stream_ << std::boolalpha;
+}
+
+std::streamsize LineStream::Buffer::xsputn(const char* s, std::streamsize n) {
+    line_.Append(s, static_cast<size_t>(n));
+    return n;
+}
+
+LineStream::Buffer::int_type LineStream::Buffer::overflow(int_type c) {
+    if (!traits_type::eq_int_type(c, traits_type::eof()))
+        line_.Append(traits_type::to_char_type(c));
+    return traits_type::not_eof(c);
 }
 
 }  // namespace internal
@@ -96,17 +171,22 @@ DumpsysInfo& DumpsysInfo::operator=(const DumpsysInfo& other) {
 }
 
 Dumpsys::Dumpsys(const DumpsysInfo& info, const char* title)
-    : info_(info),
-      output_stream_(GetStreamBuffer(
-              info, title != nullptr ? std::string_view(title) : std::string_view())) {
-    buffer_stream_ << std::boolalpha;
-    buffer_stream_.write(kIndentationString, std::min(info_.indentation, kMaxIndentation));
+    : output_(GetStreamBuffer(info,
+                              title != nullptr ? std::string_view(title) : std::string_view())) {
+    line_.Append(kIndentationString, std::min(info.indentation, kMaxIndentation));
 }
 
 Dumpsys::~Dumpsys() {
-    buffer_stream_ << buffer_stream_.widen('\n');
-    buffer_stream_.flush();
-    output_stream_ << buffer_stream_.str();
+    // A stream that failed (a null text went in) takes nothing more, not even the newline.
+    if (!stream_.has_value() || stream_->stream().good()) line_.Append('\n');
+    if (output_ == nullptr) return;
+    const std::string_view line = line_.View();
+    output_->sputn(line.data(), static_cast<std::streamsize>(line.size()));
+}
+
+std::ostream& Dumpsys::Stream() {
+    if (!stream_.has_value()) stream_.emplace(line_);
+    return stream_->stream();
 }
 
 bool Dumpsys::IsAdmitted(const DumpsysInfo& info, std::string_view title) {

@@ -4,9 +4,23 @@
 
 #include <time.h>
 
+#include <charconv>
+
 namespace vendor::zentro::tevrash::audio::hal::utils::interactionlogger {
 
 using android::base::StringAppendF;
+
+namespace {
+
+// A number in decimal, as "%d" or "%zu" prints it.
+template <typename Number>
+void AppendNumber(std::string* text, Number number) {
+    char digits[24];
+    const auto end = std::to_chars(digits, digits + sizeof(digits), number).ptr;
+    text->append(digits, static_cast<size_t>(end - digits));
+}
+
+}  // namespace
 
 LogEntry::LogEntry(std::string_view class_name, std::string_view function_name,
                    std::vector<Argument> arguments)
@@ -20,7 +34,11 @@ LogEntry::LogEntry(std::string_view class_name, std::string_view function_name,
 }
 
 void LogEntry::SetExecutionTimeMs() {
-    const auto elapsed = std::chrono::steady_clock::now() - steady_start_time;
+    SetExecutionTime(std::chrono::steady_clock::now());
+}
+
+void LogEntry::SetExecutionTime(SteadyTime end) {
+    const auto elapsed = end - steady_start_time;
     execution_time = static_cast<int32_t>(
             std::chrono::duration_cast<std::chrono::nanoseconds>(elapsed).count() / 1000);
     max_time = execution_time;
@@ -31,60 +49,100 @@ void LogEntry::SetExecutionTimeMs() {
 std::string LogEntry::ToString() const {
     std::string text;
     text.reserve(160);
-
-    // "MM-DD hh:mm:ss.mmm" in local time.
-    const auto since_epoch = start_time.time_since_epoch();
-    const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(since_epoch);
-    const time_t time = static_cast<time_t>(seconds.count());
-    struct tm local {};
-    localtime_r(&time, &local);
-    char calendar[32];
-    const size_t length = strftime(calendar, sizeof(calendar), "%m-%d %T", &local);
-    text.append(calendar, length);
-    StringAppendF(&text, ".%03d", static_cast<int>((since_epoch - seconds).count() / 1000));
-
-    text += ' ';
-    const size_t dot = class_name.rfind('.');
-    text += dot == std::string_view::npos ? class_name : class_name.substr(dot + 1);
-    text += "::";
-    text += function_name;
-    StringAppendF(&text, ": args(%zu)", arguments.size());
-    if (arguments.empty()) {
-        text += ", ";
-    } else {
-        text += ": [";
-        for (size_t i = 0; i < arguments.size(); ++i) {
-            if (i > 0) text += ", ";
-            text += arguments[i].ToString();
-        }
-        text += "], ";
-    }
-    text += ret.has_value() ? ret->ToString() : "ret: not set";
-    StringAppendF(&text, ", ecode: %d, ", ecode);
-    if (count < 2) {
-        if (execution_time == -1) {
-            text += "time: executing";
-        } else {
-            StringAppendF(&text, "time: %d us", execution_time);
-        }
-    } else {
-        StringAppendF(&text, "contiguous calls: [count: %d, max: %d us, min: %d us, avg: %d us]",
-                      count, max_time, min_time, total_time / count);
-    }
+    SecondText second;
+    AppendText(&text, &second);
     return text;
 }
 
+void LogEntry::AppendText(std::string* text, SecondText* second) const {
+    // "MM-DD hh:mm:ss.mmm" in local time.
+    const auto since_epoch = start_time.time_since_epoch();
+    const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(since_epoch);
+    if (second->length == 0 || second->seconds != seconds.count()) {
+        const time_t time = static_cast<time_t>(seconds.count());
+        struct tm local {};
+        localtime_r(&time, &local);
+        second->length = strftime(second->text, sizeof(second->text), "%m-%d %T", &local);
+        second->seconds = seconds.count();
+    }
+    text->append(second->text, second->length);
+    const auto millis = static_cast<int>((since_epoch - seconds).count() / 1000);
+    if (millis >= 0) {
+        const char digits[] = {'.', static_cast<char>('0' + millis / 100),
+                               static_cast<char>('0' + millis / 10 % 10),
+                               static_cast<char>('0' + millis % 10)};
+        text->append(digits, sizeof(digits));
+    } else {
+        StringAppendF(text, ".%03d", millis);
+    }
+
+    *text += ' ';
+    const size_t dot = class_name.rfind('.');
+    *text += dot == std::string_view::npos ? class_name : class_name.substr(dot + 1);
+    *text += "::";
+    *text += function_name;
+    *text += ": args(";
+    AppendNumber(text, arguments.size());
+    *text += ')';
+    if (arguments.empty()) {
+        *text += ", ";
+    } else {
+        *text += ": [";
+        for (size_t i = 0; i < arguments.size(); ++i) {
+            if (i > 0) *text += ", ";
+            arguments[i].AppendText(text);
+        }
+        *text += "], ";
+    }
+    if (ret.has_value()) {
+        ret->AppendText(text);
+    } else {
+        *text += "ret: not set";
+    }
+    *text += ", ecode: ";
+    AppendNumber(text, ecode);
+    *text += ", ";
+    if (count < 2) {
+        if (execution_time == -1) {
+            *text += "time: executing";
+        } else {
+            *text += "time: ";
+            AppendNumber(text, execution_time);
+            *text += " us";
+        }
+        return;
+    }
+    *text += "contiguous calls: [count: ";
+    AppendNumber(text, count);
+    *text += ", max: ";
+    AppendNumber(text, max_time);
+    *text += " us, min: ";
+    AppendNumber(text, min_time);
+    *text += " us, avg: ";
+    AppendNumber(text, total_time / count);
+    *text += " us]";
+}
+
 std::string LogEntry::ToStringPrefix() const {
-    std::string prefix = "|";
-    prefix += sco_enabled ? '*' : ' ';
-    prefix += '|';
-    prefix += a2dp_suspended ? '*' : ' ';
-    prefix += '|';
-    prefix += le_suspended ? '*' : ' ';
-    prefix += '|';
-    prefix += audio_mode != 0 ? std::to_string(audio_mode) : " ";
-    prefix += "| ";
+    std::string prefix;
+    AppendPrefix(&prefix);
     return prefix;
+}
+
+void LogEntry::AppendPrefix(std::string* text) const {
+    *text += '|';
+    *text += sco_enabled ? '*' : ' ';
+    *text += '|';
+    *text += a2dp_suspended ? '*' : ' ';
+    *text += '|';
+    *text += le_suspended ? '*' : ' ';
+    *text += '|';
+    if (audio_mode != 0) {
+        AppendNumber(text, audio_mode);
+    } else {
+        *text += ' ';
+    }
+    *text += "| ";
 }
 
 }  // namespace vendor::zentro::tevrash::audio::hal::utils::interactionlogger

@@ -6,8 +6,10 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <android/binder_auto_utils.h>
@@ -47,10 +49,32 @@ struct ParcelObject {
     ndk::ScopedFileDescriptor fd;
 };
 
+// Leaves the bytes that a resize adds uninitialised, as libbinder's realloc'ed buffer does: a
+// write fills its own bytes, and nothing is zeroed twice.
+template <typename T>
+struct UninitializedAllocator : std::allocator<T> {
+    template <typename U>
+    struct rebind {
+        using other = UninitializedAllocator<U>;
+    };
+    UninitializedAllocator() = default;
+    template <typename U>
+    UninitializedAllocator(const UninitializedAllocator<U>&) noexcept {}
+
+    template <typename U>
+    void construct(U* p) noexcept {
+        ::new (static_cast<void*>(p)) U;
+    }
+    template <typename U, typename... Args>
+    void construct(U* p, Args&&... args) {
+        ::new (static_cast<void*>(p)) U(std::forward<Args>(args)...);
+    }
+};
+
 }  // namespace
 
 struct AParcel {
-    std::vector<uint8_t> data;
+    std::vector<uint8_t, UninitializedAllocator<uint8_t>> data;
     // Reads take a const parcel but move the position, as on the platform.
     mutable size_t position = 0;
     std::vector<ParcelObject> objects;
@@ -61,27 +85,31 @@ namespace {
 // Room for n bytes at the position, padded to 4 with zeros, growing the data as needed; the
 // position moves past it. Objects whose bytes are overwritten are dropped. Null when the data
 // would outgrow the int32 sizes of the API.
-constexpr size_t kMinCapacity = 32;
-
 uint8_t* WriteSpan(AParcel* parcel, size_t n) {
     const size_t padded = Pad4(n);
     if (n > kMaxDataSize || parcel->position > kMaxDataSize - padded) return nullptr;
     const size_t start = parcel->position;
     const size_t end = start + padded;
-    if (end > parcel->data.size()) {
-        // Grow geometrically from a small first block: parcelables are written one field at a
-        // time, and growing by the field would reallocate on nearly every write.
+    const size_t size = parcel->data.size();
+    if (end > size) {
+        // Grows as libbinder's Parcel::growData does: half again the data and the write, and at
+        // least 128 bytes, so that a parcelable written one field at a time reallocates rarely.
         if (end > parcel->data.capacity()) {
-            parcel->data.reserve(std::max({end, 2 * parcel->data.capacity(), kMinCapacity}));
+            parcel->data.reserve(std::max<size_t>((std::max(end, size + padded) * 3) / 2, 128));
         }
         parcel->data.resize(end);
+        // Bytes skipped by a position set past the end read as zeros.
+        if (start > size) std::memset(parcel->data.data() + size, 0, start - size);
     }
-    std::erase_if(parcel->objects, [&](const ParcelObject& object) {
-        return object.offset < end && object.offset + sizeof(FlatBinderObject) > start;
-    });
-    std::memset(parcel->data.data() + start + n, 0, padded - n);
+    if (!parcel->objects.empty()) {
+        std::erase_if(parcel->objects, [&](const ParcelObject& object) {
+            return object.offset < end && object.offset + sizeof(FlatBinderObject) > start;
+        });
+    }
+    uint8_t* span = parcel->data.data() + start;
+    if (padded != n) std::memset(span + n, 0, padded - n);
     parcel->position = end;
-    return parcel->data.data() + start;
+    return span;
 }
 
 // Where a read of n bytes at the position stands. Reads never cross the end of the data; a plain

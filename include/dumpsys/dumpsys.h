@@ -12,12 +12,16 @@
 //       return STATUS_OK;
 //   }
 
+#include <cstddef>
 #include <cstdint>
 #include <ios>
+#include <memory>
+#include <optional>
 #include <ostream>
-#include <sstream>
 #include <streambuf>
+#include <string>
 #include <string_view>
+#include <type_traits>
 #include <vector>
 
 namespace vendor::zentro::tevrash::audio::hal::utils::dumpsys {
@@ -50,7 +54,64 @@ class NullStreamBuffer : public std::streambuf {
     int_type overflow(int_type c) override;
 };
 
+// The text of one line: inline up to a usual line's length, on the heap beyond.
+class LineBuffer {
+  public:
+    LineBuffer() = default;
+    LineBuffer(const LineBuffer&) = delete;
+    LineBuffer& operator=(const LineBuffer&) = delete;
+
+    void Append(const char* text, size_t size);
+    void Append(char c) { size_ < capacity_ ? void(data_[size_++] = c) : Append(&c, 1); }
+    std::string_view View() const { return std::string_view(data_, size_); }
+
+  private:
+    static constexpr size_t kInlineSize = 512;
+
+    char inline_[kInlineSize];
+    char* data_ = inline_;
+    size_t size_ = 0;
+    size_t capacity_ = kInlineSize;
+    std::unique_ptr<char[]> heap_;
+};
+
+// A std::ostream over a LineBuffer, for the values that need formatting.
+class LineStream {
+  public:
+    explicit LineStream(LineBuffer& line);
+    std::ostream& stream() { return stream_; }
+
+  private:
+    class Buffer : public std::streambuf {
+      public:
+        explicit Buffer(LineBuffer& line) : line_(line) {}
+
+      protected:
+        std::streamsize xsputn(const char* s, std::streamsize n) override;
+        int_type overflow(int_type c) override;
+
+      private:
+        LineBuffer& line_;
+    };
+
+    Buffer buffer_;
+    std::ostream stream_;
+};
+
 }  // namespace internal
+
+// Blocks SIGPIPE on the calling thread while it lives, so that a dump whose reader went away costs
+// the rest of the dump, never the process, whatever the process does with SIGPIPE. A SIGPIPE that
+// the dump's writes raised is discarded before the mask comes back. Lines written outside such a
+// scope protect themselves, at three more system calls per line; a component that writes many
+// lines makes one for its whole dump (Logger does). Scopes nest; each stays on its thread.
+class ScopedSigpipeBlock {
+  public:
+    ScopedSigpipeBlock();
+    ~ScopedSigpipeBlock();
+    ScopedSigpipeBlock(const ScopedSigpipeBlock&) = delete;
+    ScopedSigpipeBlock& operator=(const ScopedSigpipeBlock&) = delete;
+};
 
 // One dump request: where the text goes, how deep the current section is indented and which
 // sections the requester asked for. The library only reads it.
@@ -74,7 +135,8 @@ struct DumpsysInfo {
 
 // One output line. Insert text and values into it like into a std::ostream (booleans come out as
 // "true"/"false"); on destruction it appends a newline and hands the whole line to the output in
-// one insertion. Not copyable; lives for one statement or block.
+// one insertion, which is one write() for a descriptor. Not copyable; lives for one statement or
+// block.
 class Dumpsys {
   public:
     static constexpr char kIndentationString[] = "                                            ";
@@ -88,16 +150,47 @@ class Dumpsys {
     Dumpsys(const Dumpsys&) = delete;
     Dumpsys& operator=(const Dumpsys&) = delete;
 
-    // Works on a named object and on a temporary; returns the line's stream so insertions chain.
+    // Works on a named object and on a temporary, and chains. Text goes straight into the line;
+    // anything else is formatted by a std::ostream made on first need.
     template <typename T>
-    std::ostream& operator<<(const T& value) {
-        return buffer_stream_ << value;
+    Dumpsys& operator<<(const T& value) {
+        using Value = std::decay_t<T>;
+        if constexpr (std::is_same_v<Value, std::string> ||
+                      std::is_same_v<Value, std::string_view>) {
+            if (!stream_.has_value()) {
+                line_.Append(value.data(), value.size());
+                return *this;
+            }
+        } else if constexpr (std::is_array_v<T> &&
+                             std::is_same_v<std::remove_cv_t<std::remove_extent_t<T>>, char>) {
+            if (!stream_.has_value()) {
+                const std::string_view text(value);
+                line_.Append(text.data(), text.size());
+                return *this;
+            }
+        } else if constexpr (std::is_same_v<Value, const char*> || std::is_same_v<Value, char*>) {
+            // A null text puts the stream in a failed state, as std::ostream does.
+            if (!stream_.has_value() && value != nullptr) {
+                const std::string_view text(value);
+                line_.Append(text.data(), text.size());
+                return *this;
+            }
+        } else if constexpr (std::is_same_v<Value, char>) {
+            if (!stream_.has_value()) {
+                line_.Append(value);
+                return *this;
+            }
+        }
+        Stream() << value;
+        return *this;
     }
-    std::ostream& operator<<(std::ostream& (*manipulator)(std::ostream&)) {
-        return buffer_stream_ << manipulator;
+    Dumpsys& operator<<(std::ostream& (*manipulator)(std::ostream&)) {
+        Stream() << manipulator;
+        return *this;
     }
-    std::ostream& operator<<(std::ios_base& (*manipulator)(std::ios_base&)) {
-        return buffer_stream_ << manipulator;
+    Dumpsys& operator<<(std::ios_base& (*manipulator)(std::ios_base&)) {
+        Stream() << manipulator;
+        return *this;
     }
 
     // The stream buffer that a section titled `title` writes into: the record's own, or a
@@ -115,9 +208,13 @@ class Dumpsys {
                               std::string_view prefix);
 
   private:
-    const DumpsysInfo& info_;
-    std::ostream output_stream_;
-    std::ostringstream buffer_stream_;
+    // The line's formatting stream, with booleans as words.
+    std::ostream& Stream();
+
+    // Where the line goes: the record's stream buffer, or one that discards it.
+    std::streambuf* output_;
+    internal::LineBuffer line_;
+    std::optional<internal::LineStream> stream_;
 };
 
 }  // namespace vendor::zentro::tevrash::audio::hal::utils::dumpsys

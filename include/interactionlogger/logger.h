@@ -5,16 +5,19 @@
 // time; runs of identical calls fold into one entry with count and timing statistics. AIDL
 // parcelables are stored as parcels and decoded only when the history is printed.
 //
-//   Logger logger(64 * 1024);
+// clang-format off
+//   Logger logger(64 * 1024);   // shared by every binder thread of the module
 //
 //   ndk::ScopedAStatus Module::setMasterMute(bool mute) {
 //       std::vector<Argument> arguments;
 //       arguments.emplace_back("mute", mute);
-//       PendingEntry call = logger.Begin(LogEntry("IModule", "setMasterMute",
-//       std::move(arguments))); const bool ok = mixer_.SetIntegerValue("Master Playback Switch",
-//       mute ? 0 : 1); call.SetReturn(Argument("ret", ok)); call.SetErrorCode(ok ? 0 :
-//       EX_ILLEGAL_STATE); return ...;
+//       PendingEntry call = logger.Begin(LogEntry("IModule", "setMasterMute", std::move(arguments)));
+//       const bool ok = mixer_.SetIntegerValue("Master Playback Switch", mute ? 0 : 1);
+//       call.SetReturn(Argument("ret", ok));
+//       call.SetErrorCode(ok ? 0 : EX_ILLEGAL_STATE);
+//       return ...;
 //   }   // call closes here: its execution time is taken and it may fold into the previous entry
+// clang-format on
 //
 // StreamLogger does the same for the commands and replies of one stream.
 
@@ -26,8 +29,8 @@
 #include <dumpsys/dumpsys.h>
 
 #include <chrono>
+#include <cstddef>
 #include <cstdint>
-#include <deque>
 #include <functional>
 #include <mutex>
 #include <optional>
@@ -73,14 +76,29 @@ struct Argument {
 
     // name must point at NUL-terminated text that outlives the log (in practice a literal).
     Argument(const char* name, bool value);
+    // An int with a type of kAudioMode or below. A type that names a parcelable (above kAudioMode)
+    // is a misuse: the argument becomes a plain kInt and an ERROR line says so.
     Argument(const char* name, int32_t value, ArgumentType type = ArgumentType::kInt);
     Argument(const char* name, float value);
-    Argument(const char* name, void* value);
+    // Any object pointer, const or not; shown as an address, never followed.
+    Argument(const char* name, const void* value);
+    Argument(const char* name, std::nullptr_t);
     Argument(const char* name, std::string value);
+    Argument(const char* name, std::string_view value);
     // Text, never bool; a null value is the empty text.
     Argument(const char* name, const char* value);
     // Takes a parcel holding one parcelable of the kind `type` names.
     Argument(const char* name, ndk::ScopedAParcel parcel, ArgumentType type);
+
+    // Wider or unsigned integers and double do not fit the alternatives without changing their
+    // value: convert explicitly (for example to int32_t, or to text).
+    Argument(const char* name, unsigned int value) = delete;
+    Argument(const char* name, long value) = delete;
+    Argument(const char* name, unsigned long value) = delete;
+    Argument(const char* name, long long value) = delete;
+    Argument(const char* name, unsigned long long value) = delete;
+    Argument(const char* name, double value) = delete;
+    Argument(const char* name, long double value) = delete;
 
     // Writes object into a new parcel with its writeToParcel and stores it; the write's status is
     // not looked at (a failed write stores what the parcel holds).
@@ -106,6 +124,11 @@ struct Argument {
     std::string_view name;
     uint64_t size;
     ArgumentType type;
+
+  private:
+    friend struct LogEntry;
+    // ToString, appended to text.
+    void AppendText(std::string* text) const;
 };
 
 // Whether two arguments count as the same for folding: the same type and equal values. Parcels of
@@ -127,7 +150,8 @@ struct LogEntry {
     LogEntry& operator=(LogEntry&&) noexcept = default;
 
     // Ends the time measurement: execution_time, and the folding statistics with it, become the
-    // microseconds since steady_start_time (the unit is microseconds despite the name).
+    // microseconds since steady_start_time (the unit is microseconds despite the name). Takes no
+    // lock: only for an entry that no other thread can see (a PendingEntry does this for you).
     void SetExecutionTimeMs();
     // The entry's line: start time, call, arguments, return value, error code, and the execution
     // time or the statistics of its folded calls.
@@ -150,6 +174,8 @@ struct LogEntry {
     bool sco_enabled = false;
     bool a2dp_suspended = false;
     bool le_suspended = false;
+    // Calls folded into this entry; stays at INT32_MAX once reached, and total_time then keeps
+    // the sum of the calls counted, so that the average stays theirs.
     int32_t count = 1;
     int32_t max_time = -1;
     int32_t min_time = -1;
@@ -158,9 +184,22 @@ struct LogEntry {
   private:
     friend class Logger;
     friend class PendingEntry;
-    // Set by the Logger on Append; strictly increasing along the history, so an open-entry handle
-    // finds its entry again even when another entry now lives at the same address.
-    uint64_t sequence_ = 0;
+
+    // The text of the last wall-clock second an entry printed, kept over one dump: entries logged
+    // in the same second share it, and the time zone is looked up once per second, not per entry.
+    struct SecondText {
+        int64_t seconds = 0;
+        size_t length = 0;
+        char text[32];
+    };
+
+    void SetExecutionTime(SteadyTime end);
+    // ToString and ToStringPrefix, appended to text.
+    void AppendText(std::string* text, SecondText* second) const;
+    void AppendPrefix(std::string* text) const;
+
+    // The Logger's open-entry slot that a PendingEntry reaches this entry through; -1 when none.
+    int32_t open_slot_ = -1;
 };
 
 class PendingEntry;
@@ -175,6 +214,7 @@ class Logger {
 
     // Mode 0, all flags false.
     explicit Logger(uint64_t max_bytes);
+    // Every PendingEntry of this logger must be closed or destroyed before it.
     virtual ~Logger();
     Logger(const Logger&) = delete;
     Logger& operator=(const Logger&) = delete;
@@ -189,7 +229,7 @@ class Logger {
     void FoldContiguousDuplicatedEntry();
     // Writes the history, oldest first, through Dumpsys lines titled "AUtl::Logger": with_state
     // gives the detailed layout (state columns, long entries split), otherwise one line per entry.
-    // Holds the mutex for the whole dump.
+    // Holds the mutex for the whole dump, with SIGPIPE blocked on the calling thread.
     void DumpDetails(const dumpsys::DumpsysInfo& info, bool with_state) const;
     // Writes the newest n entries to the system log at INFO. Takes no lock: the caller must make
     // sure that nothing logs, folds or resets concurrently.
@@ -201,15 +241,20 @@ class Logger {
     void SetA2dpSuspended(bool suspended);
     void SetLeSuspended(bool suspended);
 
-    // Producer side: copies the current state into entry, charges it, pushes the oldest entries
-    // out until the charge fits the budget, and moves it to the back of the history, all under the
-    // mutex. The pointer stays valid until the entry is folded away, pushed out by the budget, or
-    // the logger is reset; hold it through a PendingEntry, which checks that before every use.
-    LogEntry* Append(LogEntry entry);
-    // Append, and the open-entry handle of the new entry, in one hold of the mutex.
+    // Producer side, any number of producers: copies the current state into entry, charges it,
+    // pushes the oldest entries out until the charge fits the budget, moves it to the back of the
+    // history and returns the handle of the open call, all in one hold of the mutex.
     PendingEntry Begin(LogEntry entry);
-    // Replaces the entry's return value under the mutex (not charged); nothing when the entry has
-    // left the history.
+
+    // Producer side, one producer only: the same as Begin, but returns the entry's address. The
+    // pointer, and SetReturn on it, are valid only while no other thread appends to, folds,
+    // balances or resets this logger: once the entry has left the history, another one may live
+    // at the same address. Close the call with SetExecutionTimeMs() on the pointer, then
+    // FoldContiguousDuplicatedEntry(); SetExecutionTimeMs takes no lock, so no dump may run at
+    // that moment. With several producers, or dumps at any time, use Begin.
+    LogEntry* Append(LogEntry entry);
+    // Replaces the entry's return value under the mutex (not charged). Single producer, as Append;
+    // nothing when no entry of the history lives at that address.
     void SetReturn(LogEntry* entry, Argument ret);
 
     size_t GetEntryCount() const;
@@ -222,41 +267,97 @@ class Logger {
     friend class PendingEntry;
     friend class StreamLogger;
 
+    // The history: a double-ended queue whose entries never move, so that an open entry keeps its
+    // address while others come and go at either end. Entries sit in blocks of 16; the last block
+    // emptied is kept, so that a call appended and folded away again allocates nothing.
+    class History {
+      public:
+        History() = default;
+        History(History&& other) noexcept;
+        History& operator=(History&& other) = delete;
+        ~History();
+
+        size_t size() const { return size_; }
+        bool empty() const { return size_ == 0; }
+        LogEntry& operator[](size_t i) { return *Slot(i); }
+        const LogEntry& operator[](size_t i) const { return *Slot(i); }
+        LogEntry& front() { return *Slot(0); }
+        LogEntry& back() { return *Slot(size_ - 1); }
+        LogEntry& emplace_back(LogEntry&& entry);
+        void pop_front();
+        void pop_back();
+
+      private:
+        static constexpr size_t kBlockEntries = 16;
+        struct Block {
+            alignas(LogEntry) unsigned char slots[kBlockEntries][sizeof(LogEntry)];
+        };
+
+        LogEntry* Slot(size_t i) const;
+        void AddBlock();
+        void RemoveBlock(Block* block);
+
+        // The blocks in use, in order from blocks_[first_block_], in a ring whose size is a power
+        // of two.
+        std::vector<Block*> blocks_;
+        size_t first_block_ = 0;
+        size_t block_count_ = 0;
+        // Where the front entry sits in the first block.
+        size_t offset_ = 0;
+        size_t size_ = 0;
+        Block* spare_ = nullptr;
+    };
+
+    // An open entry, as its PendingEntry reaches it: the entry (null once it has left the
+    // history) and the generation of the handle that owns the slot.
+    struct OpenSlot {
+        LogEntry* entry = nullptr;
+        uint64_t generation = 0;
+    };
+
     // Removes the oldest entries while the charge exceeds the budget. Needs the mutex.
     void Balance();
     LogEntry* AppendLocked(LogEntry&& entry);
-    void FoldLocked();
-    LogEntry* FindLocked(const LogEntry* entry);
-    LogEntry* FindLocked(uint64_t sequence);
+    // Folds as FoldContiguousDuplicatedEntry does; the entry folded away is handed back, so that
+    // the caller destroys it (and releases its parcels) after letting go of the mutex.
+    std::optional<LogEntry> FoldLocked();
+    // The open entry of a handle; null when it has left the history.
+    LogEntry* FindLocked(uint32_t slot, uint64_t generation);
+    // Forgets the open slot of an entry that leaves the history.
+    void Forget(const LogEntry& entry);
+    // Ends a handle's call: the entry (if still there) gets its times and, when ret is not null,
+    // its return value; the slot is freed and the newest entry folded. Needs the mutex.
+    std::optional<LogEntry> CloseLocked(uint32_t slot, uint64_t generation,
+                                        LogEntry::SteadyTime end, std::optional<Argument>* ret);
 
     mutable std::mutex mutex_;
     uint64_t max_bytes_;
     uint64_t bytes_ = 0;
-    std::deque<LogEntry> entries_;
+    History entries_;
     int32_t audio_mode_ = 0;
     bool sco_enabled_ = false;
     bool a2dp_suspended_ = false;
     bool le_suspended_ = false;
-    uint64_t next_sequence_ = 1;
+    // The open entries of Begin's handles, so that every access costs the same whatever the size
+    // of the history. As many slots as calls were ever open at once.
+    std::vector<OpenSlot> open_slots_;
+    std::vector<uint32_t> free_slots_;
+    uint64_t next_generation_ = 1;
 };
 
-// The open-entry handle of one logged call. Closing it (Close(), move-assignment over it, or
-// destruction) takes the entry's execution time and then folds the newest entry into its
-// predecessor, as Logger::FoldContiguousDuplicatedEntry does. Every access finds the entry again
-// under the logger's mutex, so a handle whose entry was pushed out, folded away by another
-// producer or reset does nothing instead of touching freed memory.
+// The open-entry handle of one logged call, made by Logger::Begin. Each access finds its own entry
+// again under the logger's mutex, never another entry at a reused address; a handle whose entry
+// was pushed out by the budget, folded away or reset does nothing. Closing it (Close(),
+// move-assignment over it, or destruction) takes the call's execution time from the clock read
+// before it waits for the mutex, then folds the newest entry into its predecessor, as
+// Logger::FoldContiguousDuplicatedEntry does. A handle must not outlive its Logger.
 class PendingEntry {
   public:
-    // entry is what Logger::Append just returned; construct the handle right after the Append.
-    PendingEntry(Logger& logger, LogEntry* entry);
     PendingEntry(PendingEntry&& other) noexcept;
     PendingEntry& operator=(PendingEntry&& other) noexcept;
     ~PendingEntry();
 
-    // The entry as Append returned it; only dereference it while no other thread can append,
-    // fold or reset (a single producer).
-    LogEntry* get() const { return entry_; }
-    // Records the call's return value, under the logger's mutex.
+    // Records the call's return value, under the logger's mutex; not charged.
     void SetReturn(Argument ret);
     // Records the call's error code, under the logger's mutex.
     void SetErrorCode(int32_t ecode);
@@ -265,12 +366,18 @@ class PendingEntry {
 
   private:
     friend class Logger;
-    PendingEntry(Logger& logger, LogEntry* entry, uint64_t sequence)
-        : logger_(&logger), entry_(entry), sequence_(sequence) {}
+    friend class StreamLogger;
+    PendingEntry(Logger& logger, uint32_t slot, uint64_t generation)
+        : logger_(&logger), slot_(slot), generation_(generation) {}
+
+    // Close, recording ret (when set) as the return value in the same hold of the mutex. Hands
+    // back the entry that the fold removed, if any, for the caller to reuse or destroy.
+    std::optional<LogEntry> Finish(std::optional<Argument> ret);
 
     Logger* logger_;
-    LogEntry* entry_;
-    uint64_t sequence_ = 0;
+    uint32_t slot_;
+    // 0 once closed or moved from.
+    uint64_t generation_;
 };
 
 // The history of one stream's commands and replies. Each command becomes one entry of a private
@@ -313,8 +420,17 @@ class StreamLogger {
     Logger& GetLogger() { return logger_; }
 
   private:
+    // Keeps the parcels and the argument list of an entry that folded away, for the next pair.
+    void Recycle(LogEntry& folded);
+
     Logger logger_;
     std::optional<PendingEntry> pending_;
+    // Commands and replies are written here first, then copied into a parcel of their exact size:
+    // a recycled one, so that a stream whose pairs fold allocates nothing per pair.
+    ndk::ScopedAParcel scratch_;
+    ndk::ScopedAParcel spare_command_;
+    ndk::ScopedAParcel spare_reply_;
+    std::vector<Argument> spare_arguments_;
 };
 
 }  // namespace vendor::zentro::tevrash::audio::hal::utils::interactionlogger

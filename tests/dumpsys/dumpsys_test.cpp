@@ -1,6 +1,8 @@
 #include <dumpsys/dumpsys.h>
 
 #include <fcntl.h>
+#include <pthread.h>
+#include <signal.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -137,6 +139,36 @@ TEST(DumpsysTest, DumpsysInfo_FromDumpRequestAndCopies) {
     Dumpsys(assigned_from_memory, "t") << "b";
     EXPECT_EQ(counter.Messages(), (Lines{"   copied\n", " assigned\n"}));
     EXPECT_EQ(captured.str(), "a\nb\n");
+}
+
+// Lines into a pipe whose reader is gone, inside nested scopes and after them, with SIGPIPE's
+// default action (which would end the process): the writes fail, no SIGPIPE is left pending, and
+// the signal mask is what it was.
+TEST(DumpsysTest, ScopedSigpipeBlock_WritesWithoutReaderLeaveNoTrace) {
+    int fds[2];
+    ASSERT_EQ(0, pipe2(fds, O_CLOEXEC));
+    close(fds[0]);
+    sighandler_t previous = signal(SIGPIPE, SIG_DFL);
+    sigset_t before;
+    pthread_sigmask(SIG_SETMASK, nullptr, &before);
+    const DumpsysInfo info(fds[1]);
+    {
+        ScopedSigpipeBlock outer;
+        {
+            ScopedSigpipeBlock inner;
+            Dumpsys(info, "t") << "inner";
+        }
+        Dumpsys(info, "t") << "outer";
+    }
+    Dumpsys(info, "t") << "alone";
+    sigset_t after;
+    pthread_sigmask(SIG_SETMASK, nullptr, &after);
+    sigset_t pending;
+    sigpending(&pending);
+    signal(SIGPIPE, previous);
+    close(fds[1]);
+    EXPECT_EQ(sigismember(&after, SIGPIPE), sigismember(&before, SIGPIPE));
+    EXPECT_EQ(sigismember(&pending, SIGPIPE), 0);
 }
 
 // Every case is split with prefix "P: " at indentation 2, which start every line.

@@ -3,8 +3,11 @@
 #include <android-base/stringprintf.h>
 
 #include <cmath>
+#include <type_traits>
 
 #include <gtest/gtest.h>
+
+#include "log_capture.h"
 
 namespace vendor::zentro::tevrash::audio::hal::utils::interactionlogger {
 namespace {
@@ -40,15 +43,17 @@ TEST(ArgumentTest, ToStringAndSize) {
         EXPECT_EQ(argument.ToString(), text);
         EXPECT_EQ(argument.size, size);
     };
-    int object = 0;
+    const uint8_t object[4] = {};
     check(Argument("mute", true), "mute: true", 64);
     check(Argument("mute", false), "mute: false", 64);
     check(Argument("id", -7, ArgumentType::kBool), "id: -7", 64);
     check(Argument("gain", 0.5f), "gain: 0.500000", 64);
-    check(Argument("ptr", static_cast<void*>(&object)),
-          android::base::StringPrintf("ptr: 0x%p", static_cast<void*>(&object)), 64);
+    // Any object pointer is an address, never a bool; so is nullptr.
+    check(Argument("ptr", object), android::base::StringPrintf("ptr: 0x%p", object), 64);
+    check(Argument("ptr", nullptr), android::base::StringPrintf("ptr: 0x%p", nullptr), 64);
     // Text is charged by its length and printed up to its first NUL.
     check(Argument("name", "speaker"), "name: speaker", 71);
+    check(Argument("name", std::string_view("speaker!", 7)), "name: speaker", 71);
     check(Argument("name", std::string("a\0b", 3)), "name: a", 67);
     check(Argument("name", static_cast<const char*>(nullptr)), "name: ", 64);
     // Audio modes by name, unknown ones as numbers; only an integer is rendered as a mode.
@@ -58,6 +63,18 @@ TEST(ArgumentTest, ToStringAndSize) {
     Argument text("mode", "2");
     text.type = ArgumentType::kAudioMode;
     check(text, "mode: 2", 65);
+
+    // A parcelable type given to an int would end the process at the next fold: it is a plain int,
+    // with an ERROR line.
+    autl::test::LogCapture logs;
+    const Argument misused("id", 7, ArgumentType::kAudioPort);
+    check(misused, "id: 7", 64);
+    EXPECT_EQ(misused.type, ArgumentType::kInt);
+    EXPECT_EQ(logs.Lines("AUtl::Argument"),
+              (std::vector<autl::test::LogLine>{
+                      {android::base::ERROR, "AUtl::Argument",
+                       "Argument: id: type 6 names a parcelable, not an int; logged as a plain "
+                       "int"}}));
 
     // Parcels: a burst command is 8 bytes on the wire, a reply 76.
     check(Command(960), "command: Command{burst: 960}", 72);
@@ -75,6 +92,12 @@ TEST(ArgumentTest, ToStringAndSize) {
     check(Argument("empty", ndk::ScopedAParcel(AParcel_create()), ArgumentType::kAudioPort),
           "empty: [error status = -61]", 64);
 }
+
+// Values that an int32_t, a float or a bool would silently change do not compile.
+static_assert(!std::is_constructible_v<Argument, const char*, int64_t>);
+static_assert(!std::is_constructible_v<Argument, const char*, uint32_t>);
+static_assert(!std::is_constructible_v<Argument, const char*, size_t>);
+static_assert(!std::is_constructible_v<Argument, const char*, double>);
 
 TEST(ArgumentTest, Compare) {
     auto check = [](const char* what, const Argument& a, const Argument& b, bool equal) {
@@ -137,7 +160,8 @@ TEST(ArgumentTest, Compare) {
 }
 
 TEST(ArgumentDeathTest, Compare_ParcelTypeWithoutParcelEndsProcess) {
-    const Argument a("x", 1, ArgumentType::kAudioPort);
+    Argument a("x", 1);
+    a.type = ArgumentType::kAudioPort;
     EXPECT_DEATH(CompareArgument(a, a), "");
 }
 

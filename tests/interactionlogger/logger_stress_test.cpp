@@ -18,22 +18,17 @@ namespace {
 
 using aidl::android::hardware::audio::core::StreamDescriptor;
 
-// One module call of a few kinds, so that some runs fold and others do not; every third call is
-// logged with Append, Logger::SetReturn and a PendingEntry made afterwards, the others with Begin.
+// One module call of a few kinds, so that some runs fold and others do not. Its return value and
+// error code repeat its "id" argument, so that an entry that got another call's shows.
 void LogModuleCall(Logger& logger, int thread, int i) {
+    const int32_t id = (thread + i / 8) % 3;
     std::vector<Argument> arguments;
-    arguments.emplace_back("mute", i % 4 == 0);
+    arguments.emplace_back("id", id);
     if (i % 3 == 0) arguments.emplace_back("name", thread % 2 == 0 ? "speaker" : "earpiece");
-    LogEntry entry("IModule", i % 5 == 0 ? "setMode" : "setMasterMute", std::move(arguments));
-    if (i % 3 == 1) {
-        LogEntry* appended = logger.Append(std::move(entry));
-        logger.SetReturn(appended, Argument("ret", i % 7 != 0));
-        PendingEntry call(logger, appended);
-        return;
-    }
-    PendingEntry call = logger.Begin(std::move(entry));
-    call.SetReturn(Argument("ret", i % 7 != 0));
-    if (i % 11 == 0) call.SetErrorCode(-22);
+    PendingEntry call = logger.Begin(
+            LogEntry("IModule", i % 5 == 0 ? "setMode" : "setMasterMute", std::move(arguments)));
+    call.SetReturn(Argument("ret", id));
+    call.SetErrorCode(-id);
 }
 
 // A stream's commands and replies, as its worker logs them: runs of 50 equal commands, and
@@ -74,7 +69,8 @@ bool Dumps(Logger* logger, StreamLogger& stream) {
            stream.ToString().starts_with("Interaction logger(");
 }
 
-// Checks that the charge is the sum of the entries' charges; returns the calls they hold.
+// Checks that the charge is the sum of the entries' charges and that every entry is closed; returns
+// the calls they hold.
 int64_t CheckedCalls(const Logger& logger) {
     uint64_t bytes = 0;
     int64_t calls = 0;
@@ -82,6 +78,7 @@ int64_t CheckedCalls(const Logger& logger) {
         bytes += Logger::kEntrySize + e.arguments_size;
         calls += e.count;
         EXPECT_GE(e.count, 1);
+        EXPECT_GE(e.execution_time, 0);
     });
     EXPECT_EQ(logger.GetBytes(), bytes);
     return calls;
@@ -134,7 +131,13 @@ TEST(LoggerStressTest, ProducersDumpsAndResets_StayConsistent) {
         const int64_t stream_calls = CheckedCalls(stream.GetLogger());
         EXPECT_LE(logger.GetBytes(), budget);
         EXPECT_LE(stream.GetLogger().GetBytes(), budget / 2);
-        logger.ForEachEntry([](const LogEntry& e) { EXPECT_GE(e.execution_time, 0); });
+        // Every module call's return value and error code are its own.
+        logger.ForEachEntry([](const LogEntry& e) {
+            const int32_t id = std::get<int32_t>(e.arguments.at(0).value);
+            ASSERT_TRUE(e.ret.has_value());
+            EXPECT_EQ(std::get<int32_t>(e.ret->value), id);
+            EXPECT_EQ(e.ecode, -id);
+        });
         if (!evicting) {
             EXPECT_EQ(module_calls, 4 * 2000);
             EXPECT_EQ(stream_calls, 3000);

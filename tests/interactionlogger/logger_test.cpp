@@ -3,7 +3,10 @@
 #include <stdlib.h>
 #include <time.h>
 
+#include <latch>
+#include <limits>
 #include <sstream>
+#include <thread>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -77,6 +80,31 @@ TEST_F(LoggerTest, Fold_IdenticalCallsAccumulateInTheFirst) {
                    "ecode: 0, contiguous calls: [count: 3, max: 300 us, min: 20 us, avg: 140 us]",
                    kRule}));
     logger.ForEachEntry([](const LogEntry& entry) { EXPECT_EQ(entry.execution_time, 100); });
+
+    // An entry that already counts several calls adds them all. The count stops at INT32_MAX, and
+    // the calls beyond it stay out of the total, so the average stays that of the calls counted.
+    constexpr int32_t kMax = std::numeric_limits<int32_t>::max();
+    const struct {
+        int32_t count, total, last_count, last_total, folded_count, folded_total;
+    } kCases[] = {
+            {5, 500, 3, 30, 8, 530},
+            {kMax - 1, 0, 1, 100, kMax, 100},
+            {kMax, 100, 1, 100, kMax, 100},
+            {kMax - 2, 0, 4, 400, kMax, 200},
+    };
+    for (const auto& c : kCases) {
+        Logger folding(1 << 20);
+        LogEntry* prev = folding.Append(Call("f"));
+        prev->count = c.count;
+        prev->total_time = c.total;
+        LogEntry last = Call("f", Value(1), c.last_total);
+        last.count = c.last_count;
+        folding.Append(std::move(last));
+        folding.FoldContiguousDuplicatedEntry();
+        folding.ForEachEntry([&](const LogEntry& e) {
+            EXPECT_EQ(std::pair(e.count, e.total_time), std::pair(c.folded_count, c.folded_total));
+        });
+    }
 }
 
 TEST_F(LoggerTest, Fold_OnlyTheSameClosedCall) {
@@ -142,6 +170,22 @@ TEST_F(LoggerTest, Balance_OldestLeaveForTheNewest) {
     EXPECT_EQ(DumpLines(logger, false)[0], "Interaction logger(1, 2256):");
     logger.Append(Call("f"));
     EXPECT_EQ(DumpLines(logger, false)[0], "Interaction logger(1, 256):");
+
+    // Room for two: each round pushes the oldest out and folds the newest away, at every place of
+    // the history's storage.
+    Logger two(512);
+    for (int i = 0; i < 40; ++i) {
+        two.Append(Call("f", Value(i), i));
+        two.Append(Call("f", Value(i), i));
+        two.FoldContiguousDuplicatedEntry();
+        const std::string us = std::to_string(i) + " us";
+        ASSERT_EQ(DumpLines(two, false),
+                  (Lines{"Interaction logger(1, 256):", kRule,
+                         "03-05 14:07:09.123 IModule::f: args(1): [value: " + std::to_string(i) +
+                                 "], ret: not set, ecode: 0, contiguous calls: [count: 2, max: " +
+                                 us + ", min: " + us + ", avg: " + us + "]",
+                         kRule}));
+    }
 }
 
 TEST_F(LoggerTest, Dump_DetailedLayout) {
@@ -219,7 +263,7 @@ TEST_F(LoggerTest, DumpToLogcat_NewestFirst) {
 TEST_F(LoggerTest, PendingEntry_ClosesAndFolds) {
     Logger logger(1 << 20);
     for (int i = 0; i < 3; ++i) {
-        PendingEntry call(logger, logger.Append(LogEntry("IModule", "f", Value(1))));
+        PendingEntry call = logger.Begin(LogEntry("IModule", "f", Value(1)));
         call.SetReturn(Argument("ret", true));
         call.SetErrorCode(5);
     }
@@ -258,9 +302,7 @@ TEST_F(LoggerTest, PendingEntry_EntryGoneIsHarmless) {
     // Pushed out by the budget: nothing reaches the entry now in the history.
     Logger logger(300);
     PendingEntry evicted = logger.Begin(Call("f", Value(1), -1));
-    LogEntry* raw = evicted.get();
     logger.Append(Call("g", Value(1), -1));
-    logger.SetReturn(raw, Argument("ret", 1));
     evicted.SetReturn(Argument("ret", 1));
     evicted.SetErrorCode(3);
     evicted.Close();
@@ -275,6 +317,54 @@ TEST_F(LoggerTest, PendingEntry_EntryGoneIsHarmless) {
     open.Close();
     EXPECT_EQ(DumpLines(logger, false),
               (Lines{"Interaction logger(1, 256):", kRule, Line("i", "executing"), kRule}));
+}
+
+// Stalls a dump in its first write, with the logger's mutex held, until released.
+class StalledReader : public std::streambuf {
+  public:
+    std::latch dumping{1};
+    std::latch release{1};
+
+  protected:
+    std::streamsize xsputn(const char*, std::streamsize n) override {
+        if (!stalled_) {
+            stalled_ = true;
+            dumping.count_down();
+            release.wait();
+        }
+        return n;
+    }
+    int_type overflow(int_type c) override { return c; }
+
+  private:
+    bool stalled_ = false;
+};
+
+TEST_F(LoggerTest, PendingEntry_TimeIsTheCallsOwnWhileADumpHoldsTheMutex) {
+    using namespace std::chrono_literals;
+    Logger logger(1 << 20);
+    PendingEntry call = logger.Begin(LogEntry("IModule", "f"));
+    StalledReader reader;
+    dumpsys::DumpsysInfo info;
+    info.stream_buffer = &reader;
+    std::thread dumper([&] { logger.Dump(info); });
+    reader.dumping.wait();
+    std::this_thread::sleep_for(2ms);  // the call's own work
+    std::latch closing(1);
+    std::thread producer([&] {
+        closing.count_down();
+        call.Close();
+    });
+    closing.wait();
+    // A reader this slow would add its 100 ms to a time taken under the mutex.
+    std::this_thread::sleep_for(100ms);
+    reader.release.count_down();
+    dumper.join();
+    producer.join();
+    logger.ForEachEntry([](const LogEntry& e) {
+        EXPECT_GE(e.execution_time, 2000);
+        EXPECT_LT(e.execution_time, 100000);
+    });
 }
 
 }  // namespace

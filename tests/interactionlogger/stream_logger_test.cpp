@@ -75,19 +75,25 @@ TEST(StreamLoggerTest, DifferentPairsDoNotFold) {
     using Error = StreamLogger::Error;
     Reply paused = Active(960, 12);
     paused.state = StreamDescriptor::State::PAUSED;
-    // Each pair differs from the one before in its command, xruns, error or state.
-    const std::vector<std::tuple<int32_t, Reply, Error>> pairs = {
-            {960, Active(480), Error::kNone},       {1920, Active(480), Error::kNone},
-            {1920, Active(960, 12), Error::kNone},  {1920, Active(960, 12), Error::kTransferFailed},
-            {1920, paused, Error::kTransferFailed},
+    // Each pair differs from the one before in its command, xruns, error or state; the first two
+    // are the same and fold, and the next command (8 bytes) is written where theirs (12) was.
+    const std::vector<std::tuple<Command, Reply, Error>> pairs = {
+            {Command::make<Command::start>(), Active(0), Error::kNone},
+            {Command::make<Command::start>(), Active(0), Error::kNone},
+            {Burst(960), Active(480), Error::kNone},
+            {Burst(1920), Active(480), Error::kNone},
+            {Burst(1920), Active(960, 12), Error::kNone},
+            {Burst(1920), Active(960, 12), Error::kTransferFailed},
+            {Burst(1920), paused, Error::kTransferFailed},
     };
     StreamLogger logger(1 << 20);
-    for (const auto& [bytes, reply, error] : pairs) {
-        logger.LogCommand(Burst(bytes));
+    for (const auto& [command, reply, error] : pairs) {
+        logger.LogCommand(command);
         if (error != Error::kNone) logger.LogInternalError(error);
         logger.LogReply(reply);
     }
-    EXPECT_EQ(logger.GetLogger().GetEntryCount(), pairs.size());
+    EXPECT_EQ(logger.GetLogger().GetEntryCount(), pairs.size() - 1);
+    EXPECT_EQ(logger.GetLogger().GetBytes(), 268u + 5u * 264u);
 }
 
 TEST(StreamLoggerTest, Dump_PlainLayoutFiltersAndBudget) {
