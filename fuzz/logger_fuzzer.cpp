@@ -40,7 +40,10 @@ struct Value {
     static Value Read(ByteReader& input) {
         const uint8_t byte = input.Read<uint8_t>();
         const int rest = byte / 3;
-        return {byte % 3, rest % 3 - 1, std::string(rest % 4, static_cast<char>('x' + rest / 4 % 2))};
+        // Only the kind's own field is set, so that equal arguments are equal values.
+        if (byte % 3 == 0) return {0, rest % 2, ""};
+        if (byte % 3 == 1) return {1, rest % 3 - 1, ""};
+        return {2, 0, std::string(rest % 4, static_cast<char>('x' + rest / 4 % 2))};
     }
     Argument Make(const char* name) const {
         if (kind == 0) return Argument(name, number != 0);
