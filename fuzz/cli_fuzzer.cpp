@@ -53,9 +53,11 @@ Expected Parse(const std::vector<std::string>& args, const std::vector<Option>& 
     Expected expected;
     for (size_t i = 1; i < args.size() && expected.error.empty(); ++i) {
         const std::string& arg = args[i];
-        const bool operand = arg == "-" || !arg.starts_with('-') || std::isdigit(static_cast<unsigned char>(arg[1]));
+        const bool operand = arg == "-" || !arg.starts_with('-') ||
+                             std::isdigit(static_cast<unsigned char>(arg[1]));
         if (arg == "--" || (operand && stop)) {
-            expected.operands.insert(expected.operands.end(), args.begin() + static_cast<long>(i) + (arg == "--"),
+            expected.operands.insert(expected.operands.end(),
+                                     args.begin() + static_cast<long>(i) + (arg == "--"),
                                      args.end());
             break;
         }
@@ -64,7 +66,8 @@ Expected Parse(const std::vector<std::string>& args, const std::vector<Option>& 
         } else if (arg.starts_with("--")) {
             // An exact name, else the one name it is a prefix of.
             const size_t equals = arg.find('=');
-            const std::string name = arg.substr(2, equals == std::string::npos ? equals : equals - 2);
+            const std::string name =
+                    arg.substr(2, equals == std::string::npos ? equals : equals - 2);
             const Option* found = nullptr;
             int prefixes = 0;
             for (const Option& option : all) {
@@ -109,8 +112,8 @@ Expected Parse(const std::vector<std::string>& args, const std::vector<Option>& 
 }
 
 // Parses a fresh copy of args; every operand and value views that copy.
-Expected ParseCopy(const std::vector<std::string>& args, const std::vector<Option>& table, bool stop,
-                   bool command_line) {
+Expected ParseCopy(const std::vector<std::string>& args, const std::vector<Option>& table,
+                   bool stop, bool command_line) {
     std::vector<std::string> copy = args;
     std::vector<char*> argv;
     for (std::string& arg : copy) argv.push_back(arg.data());
@@ -132,7 +135,8 @@ Expected ParseCopy(const std::vector<std::string>& args, const std::vector<Optio
                 AUTL_FUZZ_CHECK(status == autl::kExitSuccess && out.str() == "usage: autl cmd\n");
             } else {
                 AUTL_FUZZ_CHECK(status == autl::kExitUsage && out.str().empty());
-                AUTL_FUZZ_CHECK(err.str() == "autl cmd: " + expected.error + "\nTry 'autl cmd --help'.\n");
+                AUTL_FUZZ_CHECK(err.str() ==
+                                "autl cmd: " + expected.error + "\nTry 'autl cmd --help'.\n");
             }
             return expected;
         }
@@ -144,7 +148,8 @@ Expected ParseCopy(const std::vector<std::string>& args, const std::vector<Optio
     for (const auto& option : parsed->options) {
         // A whole argument or the part after its '='.
         const std::string_view value = option.second;
-        AUTL_FUZZ_CHECK(value.empty() || std::any_of(copy.begin(), copy.end(), [&](const std::string& arg) {
+        AUTL_FUZZ_CHECK(value.empty() ||
+                        std::any_of(copy.begin(), copy.end(), [&](const std::string& arg) {
                             return value.data() >= arg.data() &&
                                    value.data() + value.size() == arg.data() + arg.size();
                         }));
@@ -175,7 +180,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         const std::string name = input.Text();
         const bool has_value = (input.Read<uint8_t>() & 1) != 0;
         if (name.empty() || name.find_first_of(std::string("=\0", 2)) != std::string::npos ||
-            name == "help" || name == "verbose" || std::count(names.begin(), names.end(), name) > 0) {
+            name == "help" || name == "verbose" ||
+            std::count(names.begin(), names.end(), name) > 0) {
             continue;
         }
         names.push_back(name);

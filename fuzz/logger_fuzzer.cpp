@@ -1,15 +1,14 @@
-// The Logger driven by a random program of producers (four open-entry handles and the single
-// producer's Append), folds, resets, dumps and audio state changes, against a model of the history
-// that folds, balances and attributes as the logger promises. After every step the byte count is
-// the sum of 192 plus the arguments' sizes over the model's entries; a dump shows exactly the
-// model's entries, oldest first: each one's state columns, call, arguments, return value and error
-// code (so a handle's return value and error code land on its own entry or nowhere), "executing"
-// while open, and the number of calls folded into it with times in order.
+// A Logger driven by a random program (Begin on four handles, their SetReturn, SetErrorCode, Close,
+// moves and destruction, the single producer's Append, folds, resets, dumps, audio state changes)
+// against a model that balances, folds and attributes as the logger promises. After every step the
+// byte count is 192 plus the arguments' sizes summed over the model's entries; a dump shows exactly
+// the model's entries: state columns, call, arguments, and each handle's return value and error
+// code on its own entry or nowhere, "executing" while open, folded counts, times in order.
 //
-// Input: the budget (one byte, times 16), then steps of an operation byte (low nibble the
-// operation modulo 11, bits 4-5 a handle) and its operands. A value is one byte: its kind (modulo
-// 3: bool, int, text) and value. A call is one byte: the function (modulo 3) and its argument
-// count (bits 2-3), then one value per argument.
+// Input: the budget (a byte, times 16), then steps: an operation byte (low nibble modulo 10, bits
+// 4-5 a handle, bits 6-7 a second handle or a choice) and its operands. A value is one byte: kind
+// (modulo 3: bool, int, text) and value. A call is one byte, the function (modulo 3) and the
+// argument count (bits 2-3), and a value per argument.
 
 #include <interactionlogger/logger.h>
 
@@ -18,6 +17,7 @@
 #include <optional>
 #include <sstream>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "fuzz_support.h"
@@ -31,86 +31,74 @@ using namespace vendor::zentro::tevrash::audio::hal::utils::interactionlogger;
 constexpr const char* kFunctions[] = {"f0", "f1", "f2"};
 constexpr const char* kNames[] = {"a", "b", "c"};
 
-struct Value {
-    int kind;
-    int number;
-    std::string text;
-    bool operator==(const Value&) const = default;
-
-    static Value Read(ByteReader& input) {
-        const uint8_t byte = input.Read<uint8_t>();
-        const int rest = byte / 3;
-        // Only the kind's own field is set, so that equal arguments are equal values.
-        if (byte % 3 == 0) return {0, rest % 2, ""};
-        if (byte % 3 == 1) return {1, rest % 3 - 1, ""};
-        return {2, 0, std::string(rest % 4, static_cast<char>('x' + rest / 4 % 2))};
+// A bool, int or text argument, and its value's text in a dump, which tells kinds apart: texts
+// are runs of x or y.
+Argument ReadValue(ByteReader& input, const char* name, std::string* text) {
+    const int byte = input.Read<uint8_t>(), rest = byte / 3;
+    if (byte % 3 == 0) {
+        *text = rest % 2 == 0 ? "false" : "true";
+        return Argument(name, rest % 2 != 0);
     }
-    Argument Make(const char* name) const {
-        if (kind == 0) return Argument(name, number != 0);
-        if (kind == 1) return Argument(name, int32_t{number});
-        return Argument(name, text);
+    if (byte % 3 == 1) {
+        *text = std::to_string(rest % 3 - 1);
+        return Argument(name, int32_t{rest % 3 - 1});
     }
-    std::string Text(const char* name) const {
-        return std::string(name) + ": " +
-               (kind == 0 ? (number != 0 ? "true" : "false") : kind == 1 ? std::to_string(number) : text);
-    }
-    uint64_t Size() const { return Argument::kFixedSize + (kind == 2 ? text.size() : 0); }
-};
-
-struct State {
-    int32_t mode = 0;
-    std::array<bool, 3> flags = {};  // SCO, A2DP, LE
-    bool operator==(const State&) const = default;
-};
+    *text = std::string(rest % 8, static_cast<char>('x' + rest / 8 % 2));
+    return Argument(name, *text);
+}
 
 struct Entry {
-    uint64_t id;
-    int function;
-    std::vector<Value> args;
-    std::optional<Value> ret;
+    uint64_t id = 0;
+    std::string call;  // the dump's text of the call and its arguments
+    uint64_t charge = Logger::kEntrySize;
+    std::optional<std::string> ret;
     int32_t ecode = 0;
-    State state;
+    std::string state;  // the dump's state columns
     int count = 1;
     bool open = true;
 
-    uint64_t Charge() const {
-        uint64_t charge = Logger::kEntrySize;
-        for (const Value& arg : args) charge += arg.Size();
-        return charge;
-    }
     bool SameCall(const Entry& other) const {
-        return function == other.function && args == other.args && ret == other.ret &&
-               ecode == other.ecode && state == other.state;
-    }
-    std::string Prefix() const {
-        std::string prefix;
-        for (bool flag : state.flags) prefix += flag ? "|*" : "| ";
-        return prefix + "|" + (state.mode != 0 ? std::to_string(state.mode) : " ") + "| ";
-    }
-    // The line without its time stamp and its time part.
-    std::string Text() const {
-        std::string text = std::string("IModule::") + kFunctions[function] + ": args(" +
-                           std::to_string(args.size()) + ")";
-        for (size_t i = 0; i < args.size(); ++i) text += (i == 0 ? ": [" : ", ") + args[i].Text(kNames[i]);
-        text += args.empty() ? ", " : "], ";
-        return text + (ret ? ret->Text("ret") : "ret: not set") + ", ecode: " + std::to_string(ecode) + ", ";
+        return call == other.call && ret == other.ret && ecode == other.ecode &&
+               state == other.state;
     }
 };
 
-class Model {
-  public:
-    explicit Model(uint64_t budget) : budget_(budget) {}
+// A call read from the input, as the model's entry and as the logger's.
+std::pair<Entry, LogEntry> ReadCall(ByteReader& input) {
+    const uint8_t byte = input.Read<uint8_t>();
+    const int count = (byte >> 2) & 3;
+    Entry entry;
+    entry.call = std::string("IModule::") + kFunctions[byte % 3] + ": args(" +
+                 std::to_string(count) + ")" + (count == 0 ? ", " : ": [");
+    std::vector<Argument> arguments;
+    for (int i = 0; i < count; ++i) {
+        std::string text;
+        arguments.push_back(ReadValue(input, kNames[i], &text));
+        entry.call += (i == 0 ? "" : ", ") + std::string(kNames[i]) + ": " + text;
+        entry.charge += arguments.back().size;
+    }
+    if (count > 0) entry.call += "], ";
+    return {std::move(entry), LogEntry("android.hardware.audio.core.IModule", kFunctions[byte % 3],
+                                       std::move(arguments))};
+}
+
+struct Model {
+    uint64_t budget;
+    uint64_t bytes = 0;
+    uint64_t last_id = 0;
+    std::deque<Entry> entries;
+    int mode = 0;
+    std::array<bool, 3> flags = {};  // SCO, A2DP, LE
 
     uint64_t Add(Entry entry) {
-        entry.id = ++last_id_;
-        entry.state = state;
-        bytes += entry.Charge();
-        while (bytes > budget_ && !entries.empty()) {
-            bytes -= entries.front().Charge();
-            entries.pop_front();
+        entry.id = ++last_id;
+        for (bool flag : flags) entry.state += flag ? "|*" : "| ";
+        entry.state += "|" + (mode != 0 ? std::to_string(mode) : " ") + "| ";
+        for (bytes += entry.charge; bytes > budget && !entries.empty(); entries.pop_front()) {
+            bytes -= entries.front().charge;
         }
         entries.push_back(std::move(entry));
-        return last_id_;
+        return last_id;
     }
     Entry* Find(uint64_t id) {
         for (Entry& entry : entries) {
@@ -128,93 +116,66 @@ class Model {
         Entry& prev = entries[entries.size() - 2];
         if (last.open || prev.open || !last.SameCall(prev)) return;
         prev.count += last.count;
-        bytes -= last.Charge();
+        bytes -= last.charge;
         entries.pop_back();
     }
-
-    std::deque<Entry> entries;
-    uint64_t bytes = 0;
-    State state;
-
-  private:
-    uint64_t budget_;
-    uint64_t last_id_ = 0;
 };
 
-void CheckTime(std::string_view time, const Entry& entry) {
-    if (entry.count == 1) {
-        AUTL_FUZZ_CHECK(entry.open ? time == "time: executing"
-                                   : time.starts_with("time: ") && time.ends_with(" us"));
-        return;
-    }
-    constexpr char kFormat[] = "contiguous calls: [count: %d, max: %d us, min: %d us, avg: %d us]";
-    int count = 0, max = 0, min = 0, avg = 0;
-    AUTL_FUZZ_CHECK(std::sscanf(std::string(time).c_str(), kFormat, &count, &max, &min, &avg) == 4);
-    char whole[128];
-    std::snprintf(whole, sizeof(whole), kFormat, count, max, min, avg);
-    AUTL_FUZZ_CHECK(time == whole);
-    AUTL_FUZZ_CHECK(count == entry.count && 0 <= min && min <= avg && avg <= max);
-}
-
-void CheckDump(Logger& logger, const Model& model, bool with_state) {
+void CheckDump(Logger& logger, const Model& model) {
     std::stringbuf text;
     DumpsysInfo info;
     info.stream_buffer = &text;
-    logger.DumpDetails(info, with_state);
+    logger.Dump(info);
     std::vector<std::string> lines;
     std::istringstream stream(text.str());
     for (std::string line; std::getline(stream, line);) lines.push_back(line);
-    AUTL_FUZZ_CHECK(lines.size() >= (with_state ? 9u : 3u));
-    AUTL_FUZZ_CHECK(lines[0] == "Interaction logger(" + std::to_string(model.entries.size()) + ", " +
-                                        std::to_string(model.bytes) + "):");
-    AUTL_FUZZ_CHECK(lines.back() == std::string(with_state ? 152 : 142, '='));
-    // Each entry's prefix and whole text; continuation lines add four spaces after the prefix.
-    const size_t prefix_size = with_state ? 10 : 0;
-    std::vector<std::pair<std::string, std::string>> entries;
-    for (size_t k = with_state ? 8 : 2; k + 1 < lines.size(); ++k) {
-        const std::string prefix = lines[k].substr(0, prefix_size);
-        const std::string rest = lines[k].substr(prefix_size);
-        if (rest.starts_with("    ")) {
-            AUTL_FUZZ_CHECK(!entries.empty() && entries.back().first == prefix);
-            entries.back().second += rest.substr(4);
-        } else {
-            entries.emplace_back(prefix, rest);
-        }
+    AUTL_FUZZ_CHECK(lines.size() >= 9 && lines.back() == std::string(152, '='));
+    AUTL_FUZZ_CHECK(lines[0] == "Interaction logger(" + std::to_string(model.entries.size()) +
+                                        ", " + std::to_string(model.bytes) + "):");
+    // Entries after the heading, the six header lines and the rule; a continuation line has four
+    // spaces after the 10 characters of state columns.
+    std::vector<std::string> entries;
+    for (size_t k = 8; k + 1 < lines.size(); ++k) {
+        AUTL_FUZZ_CHECK(lines[k].size() > 14);
+        const bool continued = lines[k].compare(10, 4, "    ") == 0;
+        AUTL_FUZZ_CHECK(!continued ||
+                        (!entries.empty() && lines[k].compare(0, 10, entries.back(), 0, 10) == 0));
+        if (continued)
+            entries.back() += lines[k].substr(14);
+        else
+            entries.push_back(lines[k]);
     }
     AUTL_FUZZ_CHECK(entries.size() == model.entries.size());
     for (size_t k = 0; k < entries.size(); ++k) {
         const Entry& entry = model.entries[k];
-        const auto& [prefix, line] = entries[k];
-        if (with_state) AUTL_FUZZ_CHECK(prefix == entry.Prefix());
-        // After "MM-DD hh:mm:ss.mmm ".
-        const std::string expected = entry.Text();
-        AUTL_FUZZ_CHECK(line.size() >= 19 + expected.size());
-        AUTL_FUZZ_CHECK(line.compare(19, expected.size(), expected) == 0);
-        CheckTime(std::string_view(line).substr(19 + expected.size()), entry);
+        // State columns, "MM-DD hh:mm:ss.mmm ", the call up to its time part.
+        const std::string expected = entry.call + "ret: " + entry.ret.value_or("not set") +
+                                     ", ecode: " + std::to_string(entry.ecode) + ", ";
+        const std::string& line = entries[k];
+        AUTL_FUZZ_CHECK(line.size() >= 29 + expected.size() && line.starts_with(entry.state));
+        AUTL_FUZZ_CHECK(line.compare(29, expected.size(), expected) == 0);
+        const std::string time = line.substr(29 + expected.size());
+        if (entry.count == 1) {
+            AUTL_FUZZ_CHECK(entry.open ? time == "time: executing"
+                                       : time.starts_with("time: ") && time.ends_with(" us"));
+            continue;
+        }
+        constexpr char kFormat[] =
+                "contiguous calls: [count: %d, max: %d us, min: %d us, avg: %d us]";
+        int count = 0, max = 0, min = 0, avg = 0;
+        AUTL_FUZZ_CHECK(std::sscanf(time.c_str(), kFormat, &count, &max, &min, &avg) == 4 &&
+                        time.ends_with(" us]"));
+        AUTL_FUZZ_CHECK(count == entry.count && 0 <= min && min <= avg && avg <= max);
     }
-}
-
-Entry ReadCall(ByteReader& input) {
-    const uint8_t byte = input.Read<uint8_t>();
-    Entry entry{.id = 0, .function = byte % 3};
-    for (int i = 0; i < ((byte >> 2) & 3) && i < 3; ++i) entry.args.push_back(Value::Read(input));
-    return entry;
-}
-
-LogEntry Make(const Entry& entry) {
-    std::vector<Argument> arguments;
-    for (size_t i = 0; i < entry.args.size(); ++i) arguments.push_back(entry.args[i].Make(kNames[i]));
-    return LogEntry("android.hardware.audio.core.IModule", kFunctions[entry.function], std::move(arguments));
 }
 
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     ByteReader input(data, size);
-    const uint64_t budget = uint64_t{input.Read<uint8_t>()} * 16;
-    Logger logger(budget);
-    Model model(budget);
-    // Each handle and the model entry it stands for (0 when closed or empty).
+    Model model{.budget = uint64_t{input.Read<uint8_t>()} * 16};
+    Logger logger(model.budget);
+    // Each handle and the id of the model entry it holds open (0: none).
     std::array<std::optional<PendingEntry>, 4> handles;
     std::array<uint64_t, 4> ids = {};
     const auto close = [&](size_t k) {
@@ -222,96 +183,88 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     };
     for (int steps = 0; input.remaining() > 0 && steps < 256; ++steps) {
         const uint8_t operation = input.Read<uint8_t>();
-        const size_t k = (operation >> 4) & 3;
-        switch (operation % 16 % 11) {
+        const size_t k = (operation >> 4) & 3, other = operation >> 6;
+        Entry* held = ids[k] != 0 ? model.Find(ids[k]) : nullptr;
+        switch (operation % 16 % 10) {
             case 0: {
-                // Begin first, then the assignment closes what the handle held.
-                const Entry call = ReadCall(input);
-                const uint64_t id = model.Add(call);
-                handles[k] = logger.Begin(Make(call));
+                // The new entry is appended before the assignment closes the one the handle held.
+                auto [entry, log_entry] = ReadCall(input);
+                const uint64_t id = model.Add(std::move(entry));
+                handles[k] = logger.Begin(std::move(log_entry));
                 close(k);
                 ids[k] = id;
                 break;
             }
             case 1: {
-                const Value ret = Value::Read(input);
-                if (handles[k]) handles[k]->SetReturn(ret.Make("ret"));
-                if (Entry* entry = ids[k] != 0 ? model.Find(ids[k]) : nullptr) entry->ret = ret;
+                std::string ret;
+                Argument argument = ReadValue(input, "ret", &ret);
+                if (handles[k]) handles[k]->SetReturn(std::move(argument));
+                if (held) held->ret = ret;
                 break;
             }
             case 2: {
                 const int32_t ecode = input.Read<uint8_t>() % 3 - 1;
                 if (handles[k]) handles[k]->SetErrorCode(ecode);
-                if (Entry* entry = ids[k] != 0 ? model.Find(ids[k]) : nullptr) entry->ecode = ecode;
+                if (held) held->ecode = ecode;
                 break;
             }
             case 3:
-                if (handles[k]) handles[k]->Close();
+                // Close(), or destruction.
+                if (handles[k] && other % 2 == 0) handles[k]->Close();
+                if (other % 2 == 1) handles[k].reset();
                 close(k);
                 break;
             case 4:
-                handles[k].reset();
+                // Moving a handle over another closes the one it replaces.
+                if (other == k || !handles[other]) break;
+                handles[k] = std::move(*handles[other]);
                 close(k);
+                ids[k] = std::exchange(ids[other], 0);
                 break;
             case 5: {
-                // Moving a handle over another closes the one it replaces.
-                const size_t from = operation >> 6;
-                if (from == k || !handles[from]) break;
-                handles[k] = std::move(*handles[from]);
-                close(k);
-                ids[k] = std::exchange(ids[from], 0);
-                break;
-            }
-            case 6: {
-                // The single producer: its entry is the newest until it folds.
-                Entry call = ReadCall(input);
-                const uint8_t how = input.Read<uint8_t>();
-                if (how & 1) call.ret = Value::Read(input);
-                LogEntry* appended = logger.Append(Make(call));
-                const uint64_t id = model.Add(call);
-                if (call.ret) logger.SetReturn(appended, call.ret->Make("ret"));
-                if (how & 2) {
+                // The single producer: the entry it appended is the newest until it closes it.
+                auto [entry, log_entry] = ReadCall(input);
+                LogEntry* appended = logger.Append(std::move(log_entry));
+                if (other % 2 == 1) {
+                    std::string ret;
+                    logger.SetReturn(appended, ReadValue(input, "ret", &ret));
+                    entry.ret = ret;
+                }
+                const uint64_t id = model.Add(std::move(entry));
+                if (other >= 2) {
                     appended->SetExecutionTimeMs();
                     logger.FoldContiguousDuplicatedEntry();
                     model.Close(id);
                 }
                 break;
             }
-            case 7:
+            case 6:
                 logger.FoldContiguousDuplicatedEntry();
                 model.Fold();
                 break;
-            case 8:
+            case 7:
                 logger.Reset();
                 model.entries.clear();
                 model.bytes = 0;
                 break;
-            case 9: {
+            case 8: {
                 const uint8_t value = input.Read<uint8_t>();
-                const bool flag = (value & 4) != 0;
-                switch (value & 3) {
-                    case 0:
-                        logger.SetAudioMode(model.state.mode = (value >> 3) & 7);
-                        break;
-                    case 1:
-                        logger.SetScoEnabled(model.state.flags[0] = flag);
-                        break;
-                    case 2:
-                        logger.SetA2dpSuspended(model.state.flags[1] = flag);
-                        break;
-                    default:
-                        logger.SetLeSuspended(model.state.flags[2] = flag);
-                        break;
+                constexpr void (Logger::*kSetters[])(bool) = {
+                        &Logger::SetScoEnabled, &Logger::SetA2dpSuspended, &Logger::SetLeSuspended};
+                if (value % 4 == 3) {
+                    logger.SetAudioMode(model.mode = value / 4 % 8);
+                } else {
+                    (logger.*kSetters[value % 4])(model.flags[value % 4] = (value & 4) != 0);
                 }
                 break;
             }
             default:
-                CheckDump(logger, model, (operation & 0x40) != 0);
+                CheckDump(logger, model);
                 break;
         }
-        AUTL_FUZZ_CHECK(logger.GetBytes() == model.bytes);
-        AUTL_FUZZ_CHECK(logger.GetEntryCount() == model.entries.size());
+        AUTL_FUZZ_CHECK(logger.GetBytes() == model.bytes &&
+                        logger.GetEntryCount() == model.entries.size());
     }
-    CheckDump(logger, model, true);
+    CheckDump(logger, model);
     return 0;
 }

@@ -61,10 +61,11 @@ std::optional<long> FirstValue(const mixer_ctl& ctl) {
         return static_cast<long>(0x0101010101010101ul * static_cast<unsigned char>(ctl.values[0]));
     }
     if (array) return ctl.values[0];
-    const int single = ctl.get_value_result.value_or(
-            ctl.values.empty() || ctl.type == MIXER_CTL_TYPE_INT64 || ctl.type == MIXER_CTL_TYPE_IEC958
-                    ? -EINVAL
-                    : static_cast<int>(ctl.values[0]));
+    const int single =
+            ctl.get_value_result.value_or(ctl.values.empty() || ctl.type == MIXER_CTL_TYPE_INT64 ||
+                                                          ctl.type == MIXER_CTL_TYPE_IEC958
+                                                  ? -EINVAL
+                                                  : static_cast<int>(ctl.values[0]));
     if (single == -EINVAL) return std::nullopt;
     return single;
 }
@@ -85,7 +86,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         const int operation = input.Read<uint8_t>() % 15;
         // A control's name, the same with a tail after a NUL, or any text.
         const uint8_t which = input.Read<uint8_t>();
-        std::string name = which / 2u < card.controls.size() ? card.controls[which / 2].name : input.Text();
+        std::string name =
+                which / 2u < card.controls.size() ? card.controls[which / 2].name : input.Text();
         if (which % 2 == 1) name += std::string(1, '\0') + "tail";
         mixer_ctl* ctl = nullptr;
         for (size_t i = 0; i < card.known_controls && open && ctl == nullptr; ++i) {
@@ -118,12 +120,14 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
                 card.controls.push_back(ReadControl(input));
                 break;
             case 4:
-                AUTL_FUZZ_CHECK(mixer.GetIntegerValue(name) == (ctl ? FirstValue(*ctl) : std::nullopt));
+                AUTL_FUZZ_CHECK(mixer.GetIntegerValue(name) ==
+                                (ctl ? FirstValue(*ctl) : std::nullopt));
                 break;
             case 5: {
                 const auto bytes = std::make_unique<char[]>(elements);
                 const bool ok = mixer.GetByteValues(name, bytes.get(), count);
-                AUTL_FUZZ_CHECK(ok == (is_byte && count >= 1 && static_cast<size_t>(count) <= ctl->values.size() &&
+                AUTL_FUZZ_CHECK(ok == (is_byte && count >= 1 &&
+                                       static_cast<size_t>(count) <= ctl->values.size() &&
                                        !ctl->get_array_result));
                 for (int i = 0; ok && i < count; ++i) {
                     AUTL_FUZZ_CHECK(bytes[i] == static_cast<char>(ctl->values[i]));
@@ -132,7 +136,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
             }
             case 6:
                 AUTL_FUZZ_CHECK(mixer.GetNumberOfValues(name) ==
-                                (ctl ? std::optional(static_cast<unsigned>(ctl->values.size())) : std::nullopt));
+                                (ctl ? std::optional(static_cast<unsigned>(ctl->values.size()))
+                                     : std::nullopt));
                 break;
             case 7: {
                 const std::optional<std::string_view> text = mixer.GetEnum(name);
@@ -148,10 +153,12 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
                 const std::vector<std::string_view> texts = mixer.GetEnums(name);
                 std::vector<const char*> expected;
                 if (ctl && ctl->type == MIXER_CTL_TYPE_ENUM) {
-                    for (const char* item : ctl->items) if (item) expected.push_back(item);
+                    for (const char* item : ctl->items)
+                        if (item) expected.push_back(item);
                 }
                 AUTL_FUZZ_CHECK(texts.size() == expected.size());
-                for (size_t i = 0; i < texts.size(); ++i) AUTL_FUZZ_CHECK(texts[i].data() == expected[i]);
+                for (size_t i = 0; i < texts.size(); ++i)
+                    AUTL_FUZZ_CHECK(texts[i].data() == expected[i]);
                 break;
             }
             case 9: {
@@ -169,20 +176,25 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
                 const size_t values = operation == 10 ? 1 : elements;
                 const auto longs = std::make_unique<long[]>(values);
                 const auto chars = std::make_unique<char[]>(values);
-                auto* raw = reinterpret_cast<unsigned char*>(bytes ? chars.get() : static_cast<void*>(longs.get()));
-                for (size_t i = 0; i < values * (bytes ? 1 : sizeof(long)); ++i) raw[i] = input.Read<uint8_t>();
+                auto* raw = reinterpret_cast<unsigned char*>(
+                        bytes ? chars.get() : static_cast<void*>(longs.get()));
+                for (size_t i = 0; i < values * (bytes ? 1 : sizeof(long)); ++i)
+                    raw[i] = input.Read<uint8_t>();
                 const std::vector<long> before = ctl ? ctl->values : std::vector<long>();
                 const bool ok = operation == 10 ? mixer.SetIntegerValue(name, longs[0])
-                              : bytes ? mixer.SetByteValues(name, chars.get(), count)
-                                      : mixer.SetIntegerValues(name, longs.get(), count);
+                                : bytes         ? mixer.SetByteValues(name, chars.get(), count)
+                                                : mixer.SetIntegerValues(name, longs.get(), count);
                 // A byte control takes the first bytes of longs, as tinyalsa copies them.
                 const bool type = bytes ? is_byte
                                         : ctl && ctl->type != MIXER_CTL_TYPE_IEC958 &&
                                                   ctl->type != MIXER_CTL_TYPE_ENUM &&
                                                   ctl->type != MIXER_CTL_TYPE_INT64;
-                AUTL_FUZZ_CHECK(ok == (type && given >= 1 && static_cast<size_t>(given) <= before.size()));
+                AUTL_FUZZ_CHECK(
+                        ok == (type && given >= 1 && static_cast<size_t>(given) <= before.size()));
                 for (size_t i = 0; ok && i < before.size(); ++i) {
-                    const long value = i >= static_cast<size_t>(given) ? 0 : is_byte ? raw[i] : longs[i];
+                    const long value = i >= static_cast<size_t>(given) ? 0
+                                       : is_byte                       ? raw[i]
+                                                                       : longs[i];
                     AUTL_FUZZ_CHECK(ctl->values[i] == value);
                 }
                 if (!ok && ctl) AUTL_FUZZ_CHECK(ctl->values == before);
@@ -193,9 +205,12 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
                 const std::string text = value ? value : "Loud";
                 const bool ok = mixer.SetEnum(name, text);
                 bool expected = false;
-                for (size_t i = 0; ctl && ctl->type == MIXER_CTL_TYPE_ENUM && i < ctl->items.size() && !expected; ++i) {
+                for (size_t i = 0;
+                     ctl && ctl->type == MIXER_CTL_TYPE_ENUM && i < ctl->items.size() && !expected;
+                     ++i) {
                     expected = ctl->items[i] && text == ctl->items[i];
-                    if (expected) AUTL_FUZZ_CHECK(ctl->values == std::vector<long>{static_cast<long>(i)});
+                    if (expected)
+                        AUTL_FUZZ_CHECK(ctl->values == std::vector<long>{static_cast<long>(i)});
                 }
                 AUTL_FUZZ_CHECK(ok == expected);
                 break;

@@ -118,7 +118,8 @@ void CheckEncoded(const std::string& file, const Recording& recording, int chann
     std::string error;
     const std::optional<Tap0WavePlan> plan = PlanTap0Wave(bytes, &error);
     AUTL_FUZZ_CHECK(plan.has_value() == ((channels & 7) != 0 && data_size > 0));
-    if (plan.has_value()) AUTL_FUZZ_CHECK(plan->data_size == data_size && plan->frames == recording.chunks.size());
+    if (plan.has_value())
+        AUTL_FUZZ_CHECK(plan->data_size == data_size && plan->frames == recording.chunks.size());
 }
 
 void CheckWave(const std::string& file, const Recording& recording, int channels, uint32_t rate,
@@ -135,8 +136,9 @@ void CheckWave(const std::string& file, const Recording& recording, int channels
     const WaveHeader header = *DecodeWaveHeader(bytes);
     AUTL_FUZZ_CHECK(header.data_size == recording.counted);
     AUTL_FUZZ_CHECK(header.chunk_size == 36 + recording.counted);
-    const std::optional<WaveHeader> expected = MakePcmWaveHeader(
-            pcm_type, static_cast<uint16_t>(channels), rate, static_cast<uint32_t>(recording.counted));
+    const std::optional<WaveHeader> expected =
+            MakePcmWaveHeader(pcm_type, static_cast<uint16_t>(channels), rate,
+                              static_cast<uint32_t>(recording.counted));
     if (!expected.has_value()) return;
     AUTL_FUZZ_CHECK(header == *expected);
     if (channels > 0 && uint64_t{header.block_align} * rate <= UINT32_MAX) {
@@ -150,7 +152,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     ByteReader input(data, size);
     const int channels = input.Read<uint8_t>() % 12;
     const uint8_t rate_index = input.Read<uint8_t>() % 10;
-    const uint32_t rate = rate_index < std::size(kRates) ? kRates[rate_index] : input.Read<uint32_t>();
+    const uint32_t rate =
+            rate_index < std::size(kRates) ? kRates[rate_index] : input.Read<uint32_t>();
     const auto pcm_type = static_cast<PcmType>(input.Read<uint8_t>() % 7);
     EncodedRecorder encoded(Folder(), "e", channels, static_cast<int>(rate), pcm_type);
     WaveRecorder wave(Folder(), "w", channels, rate, pcm_type);

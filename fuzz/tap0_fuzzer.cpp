@@ -95,7 +95,8 @@ Reading Read(std::span<const uint8_t> capture, bool skip_damage) {
 
 void CheckWave(std::span<const uint8_t> capture, const Reading& reading, bool skip_damage) {
     std::string error;
-    const std::optional<Tap0WavePlan> plan = PlanTap0Wave(capture, &error, {.skip_damage = skip_damage});
+    const std::optional<Tap0WavePlan> plan =
+            PlanTap0Wave(capture, &error, {.skip_damage = skip_damage});
     if (!plan.has_value()) {
         AUTL_FUZZ_CHECK(!error.empty());
         return;

@@ -18,6 +18,7 @@
 
 namespace {
 
+using aidl::android::media::audio::common::PcmType;
 using autl::capture::CheckWaveHeader;
 using autl::capture::DecodeWaveHeader;
 using autl::capture::EncodeWaveHeader;
@@ -28,7 +29,6 @@ using autl::capture::kWavePcm;
 using autl::capture::MakePcmWaveHeader;
 using autl::capture::MakeWaveHeader;
 using autl::capture::WaveHeader;
-using aidl::android::media::audio::common::PcmType;
 
 bool IsCanonical(const WaveHeader& header, uint64_t file_size) {
     const uint64_t sample_size = header.bits_per_sample / 8u;
@@ -66,8 +66,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     // The header's fields as a converter's parameters; a PCM type from the audio format's value
     // (6 is outside the enumeration).
     const auto pcm_type = static_cast<PcmType>(header->audio_format % 7);
-    const std::optional<WaveHeader> made = MakePcmWaveHeader(
-            pcm_type, header->channels, header->sample_rate, header->data_size);
+    const std::optional<WaveHeader> made =
+            MakePcmWaveHeader(pcm_type, header->channels, header->sample_rate, header->data_size);
     AUTL_FUZZ_CHECK(made.has_value() == (header->audio_format % 7 < 6));
     if (made.has_value() && header->channels > 0 &&
         header->channels * (made->bits_per_sample / 8u) <= UINT16_MAX &&
