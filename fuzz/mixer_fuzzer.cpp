@@ -12,10 +12,13 @@
 // 6), each control (a name; a byte: type modulo 7, bits 3-4 a scripted array read, bits 5-6 a
 // scripted single read; a byte: value count modulo 9 and the values as signed bytes; for an
 // enumerated control an item count modulo 5 and one byte per item; a 4-byte minimum); then
-// operations: a byte modulo 15, a name byte (a control's index, else a text) and operands.
+// operations: a byte modulo 7 (open, close, add a control and update, reads, enumeration texts,
+// writes, select an item), a name byte (twice a control's index, plus one for a tail after a NUL;
+// past the controls a text follows), a count (a signed byte modulo 10) and operands.
 
 #include <mixer/tinyalsa_mixer.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <deque>
@@ -83,7 +86,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     bool open = false;
     int last_card = -1;
     for (int steps = 0; input.remaining() > 0 && steps < 64; ++steps) {
-        const int operation = input.Read<uint8_t>() % 15;
+        const int operation = input.Read<uint8_t>() % 7;
         // A control's name, the same with a tail after a NUL, or any text.
         const uint8_t which = input.Read<uint8_t>();
         std::string name =
@@ -93,9 +96,13 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         for (size_t i = 0; i < card.known_controls && open && ctl == nullptr; ++i) {
             if (card.controls[i].name == name.c_str()) ctl = &card.controls[i];
         }
-        const bool is_byte = ctl != nullptr && ctl->type == MIXER_CTL_TYPE_BYTE;
+        const auto type = ctl ? ctl->type : MIXER_CTL_TYPE_MAX;
+        const size_t values = ctl ? ctl->values.size() : 0;
         const int count = input.Read<int8_t>() % 10;
+        // Blocks of exactly the count (at least one element), as a caller sizes them.
         const size_t elements = static_cast<size_t>(std::max(count, 1));
+        const auto chars = std::make_unique<char[]>(elements);
+        const auto longs = std::make_unique<long[]>(elements);
         const size_t calls = fake.calls.size();
         const bool was_open = open;
         switch (operation) {
@@ -104,9 +111,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
                 const int number = input.Read<uint8_t>() % 3 - 1;
                 const bool refused = open || number == last_card;
                 if (!refused) last_card = number;
-                const bool opened = mixer.Open(number);
-                AUTL_FUZZ_CHECK(opened == (!refused && number == 0));
-                open = open || opened;
+                open = mixer.Open(number) || open;
+                AUTL_FUZZ_CHECK(open == (was_open || (!refused && number == 0)));
                 break;
             }
             case 1:
@@ -114,105 +120,84 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
                 open = false;
                 break;
             case 2:
+                card.controls.push_back(ReadControl(input));
                 AUTL_FUZZ_CHECK(mixer.UpdateControls() == open);
                 break;
-            case 3:
-                card.controls.push_back(ReadControl(input));
-                break;
-            case 4:
+            case 3: {
                 AUTL_FUZZ_CHECK(mixer.GetIntegerValue(name) ==
                                 (ctl ? FirstValue(*ctl) : std::nullopt));
-                break;
-            case 5: {
-                const auto bytes = std::make_unique<char[]>(elements);
-                const bool ok = mixer.GetByteValues(name, bytes.get(), count);
-                AUTL_FUZZ_CHECK(ok == (is_byte && count >= 1 &&
-                                       static_cast<size_t>(count) <= ctl->values.size() &&
-                                       !ctl->get_array_result));
-                for (int i = 0; ok && i < count; ++i) {
-                    AUTL_FUZZ_CHECK(bytes[i] == static_cast<char>(ctl->values[i]));
-                }
+                AUTL_FUZZ_CHECK(mixer.GetNumberOfValues(name) ==
+                                (ctl ? std::optional(static_cast<unsigned>(values)) : std::nullopt));
+                const std::optional<std::string_view> card_name = mixer.GetName();
+                AUTL_FUZZ_CHECK(card_name.has_value() == (open && card.name != nullptr));
+                if (card_name) AUTL_FUZZ_CHECK(card_name->data() == card.name);
+                const bool read = mixer.GetByteValues(name, chars.get(), count);
+                AUTL_FUZZ_CHECK(read ==
+                                (type == MIXER_CTL_TYPE_BYTE && count >= 1 &&
+                                 static_cast<size_t>(count) <= values && !ctl->get_array_result));
+                for (int i = 0; read && i < count; ++i)
+                    AUTL_FUZZ_CHECK(chars[i] == static_cast<char>(ctl->values[i]));
                 break;
             }
-            case 6:
-                AUTL_FUZZ_CHECK(mixer.GetNumberOfValues(name) ==
-                                (ctl ? std::optional(static_cast<unsigned>(ctl->values.size()))
-                                     : std::nullopt));
-                break;
-            case 7: {
-                const std::optional<std::string_view> text = mixer.GetEnum(name);
+            case 4: {
+                // The selected item's text and all texts, the card's own strings.
                 const std::optional<long> index = ctl ? FirstValue(*ctl) : std::nullopt;
                 const auto item = static_cast<uint32_t>(index.value_or(-1));
-                const bool has_text = ctl && index && ctl->type == MIXER_CTL_TYPE_ENUM &&
-                                      item < ctl->items.size() && ctl->items[item] != nullptr;
-                AUTL_FUZZ_CHECK(text.has_value() == has_text);
-                if (has_text) AUTL_FUZZ_CHECK(text->data() == ctl->items[item]);
-                break;
-            }
-            case 8: {
-                const std::vector<std::string_view> texts = mixer.GetEnums(name);
+                const bool listed = type == MIXER_CTL_TYPE_ENUM;
+                const char* selected =
+                        listed && index && item < ctl->items.size() ? ctl->items[item] : nullptr;
+                const std::optional<std::string_view> text = mixer.GetEnum(name);
+                AUTL_FUZZ_CHECK(text ? text->data() == selected : selected == nullptr);
                 std::vector<const char*> expected;
-                if (ctl && ctl->type == MIXER_CTL_TYPE_ENUM) {
-                    for (const char* item : ctl->items)
-                        if (item) expected.push_back(item);
+                for (const char* item_text : listed ? ctl->items : std::vector<const char*>()) {
+                    if (item_text != nullptr) expected.push_back(item_text);
                 }
+                const std::vector<std::string_view> texts = mixer.GetEnums(name);
                 AUTL_FUZZ_CHECK(texts.size() == expected.size());
                 for (size_t i = 0; i < texts.size(); ++i)
                     AUTL_FUZZ_CHECK(texts[i].data() == expected[i]);
                 break;
             }
-            case 9: {
-                const std::optional<std::string_view> got = mixer.GetName();
-                AUTL_FUZZ_CHECK(got.has_value() == (open && card.name != nullptr));
-                if (got) AUTL_FUZZ_CHECK(got->data() == card.name);
-                break;
-            }
-            case 10:
-            case 11:
-            case 12: {
-                // Longs (one for SetIntegerValue) or bytes, in a block of exactly the count.
-                const bool bytes = operation == 12;
-                const int given = operation == 10 ? 1 : count;
-                const size_t values = operation == 10 ? 1 : elements;
-                const auto longs = std::make_unique<long[]>(values);
-                const auto chars = std::make_unique<char[]>(values);
+            case 5: {
+                // Longs (one for SetIntegerValue) or bytes; a byte control takes the first bytes
+                // of longs, as tinyalsa copies them.
+                const int form = input.Read<uint8_t>() % 3;
+                const bool bytes = form == 2;
+                const int given = form == 0 ? 1 : count;
                 auto* raw = reinterpret_cast<unsigned char*>(
                         bytes ? chars.get() : static_cast<void*>(longs.get()));
-                for (size_t i = 0; i < values * (bytes ? 1 : sizeof(long)); ++i)
+                for (size_t i = 0; i < elements * (bytes ? 1 : sizeof(long)); ++i)
                     raw[i] = input.Read<uint8_t>();
                 const std::vector<long> before = ctl ? ctl->values : std::vector<long>();
-                const bool ok = operation == 10 ? mixer.SetIntegerValue(name, longs[0])
-                                : bytes         ? mixer.SetByteValues(name, chars.get(), count)
-                                                : mixer.SetIntegerValues(name, longs.get(), count);
-                // A byte control takes the first bytes of longs, as tinyalsa copies them.
-                const bool type = bytes ? is_byte
-                                        : ctl && ctl->type != MIXER_CTL_TYPE_IEC958 &&
-                                                  ctl->type != MIXER_CTL_TYPE_ENUM &&
-                                                  ctl->type != MIXER_CTL_TYPE_INT64;
-                AUTL_FUZZ_CHECK(
-                        ok == (type && given >= 1 && static_cast<size_t>(given) <= before.size()));
-                for (size_t i = 0; ok && i < before.size(); ++i) {
-                    const long value = i >= static_cast<size_t>(given) ? 0
-                                       : is_byte                       ? raw[i]
-                                                                       : longs[i];
+                const bool written = form == 0 ? mixer.SetIntegerValue(name, longs[0])
+                                     : bytes   ? mixer.SetByteValues(name, chars.get(), count)
+                                               : mixer.SetIntegerValues(name, longs.get(), count);
+                const bool accepted = bytes ? type == MIXER_CTL_TYPE_BYTE
+                                            : type != MIXER_CTL_TYPE_IEC958 &&
+                                                      type != MIXER_CTL_TYPE_ENUM &&
+                                                      type != MIXER_CTL_TYPE_INT64 && ctl;
+                AUTL_FUZZ_CHECK(written ==
+                                (accepted && given >= 1 && static_cast<size_t>(given) <= values));
+                for (size_t i = 0; i < values; ++i) {
+                    const long value = !written                          ? before[i]
+                                       : i >= static_cast<size_t>(given) ? 0
+                                       : type == MIXER_CTL_TYPE_BYTE     ? raw[i]
+                                                                         : longs[i];
                     AUTL_FUZZ_CHECK(ctl->values[i] == value);
                 }
-                if (!ok && ctl) AUTL_FUZZ_CHECK(ctl->values == before);
                 break;
             }
             default: {
                 const char* value = kItems[input.Read<uint8_t>() % std::size(kItems)];
                 const std::string text = value ? value : "Loud";
-                const bool ok = mixer.SetEnum(name, text);
-                bool expected = false;
-                for (size_t i = 0;
-                     ctl && ctl->type == MIXER_CTL_TYPE_ENUM && i < ctl->items.size() && !expected;
-                     ++i) {
-                    expected = ctl->items[i] && text == ctl->items[i];
-                    if (expected)
-                        AUTL_FUZZ_CHECK(ctl->values == std::vector<long>{static_cast<long>(i)});
-                }
-                AUTL_FUZZ_CHECK(ok == expected);
+                const std::vector<const char*> items =
+                        type == MIXER_CTL_TYPE_ENUM ? ctl->items : std::vector<const char*>();
+                const auto match = std::find_if(items.begin(), items.end(), [&](const char* item) {
+                    return item && text == item;
+                });
+                AUTL_FUZZ_CHECK(mixer.SetEnum(name, text) == (match != items.end()));
+                if (match != items.end())
+                    AUTL_FUZZ_CHECK(ctl->values == std::vector<long>{match - items.begin()});
                 break;
             }
         }
