@@ -12,6 +12,7 @@
 
 #include <interactionlogger/logger.h>
 
+#include <algorithm>
 #include <array>
 #include <deque>
 #include <optional>
@@ -101,10 +102,9 @@ struct Model {
         return last_id;
     }
     Entry* Find(uint64_t id) {
-        for (Entry& entry : entries) {
-            if (entry.id == id) return &entry;
-        }
-        return nullptr;
+        const auto it = std::find_if(entries.begin(), entries.end(),
+                                     [id](const Entry& entry) { return entry.id == id; });
+        return it != entries.end() ? &*it : nullptr;
     }
     void Close(uint64_t id) {
         if (Entry* entry = Find(id)) entry->open = false;
@@ -196,10 +196,10 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
                 break;
             }
             case 1: {
-                std::string ret;
-                Argument argument = ReadValue(input, "ret", &ret);
-                if (handles[k]) handles[k]->SetReturn(std::move(argument));
-                if (held) held->ret = ret;
+                std::string text;
+                Argument ret = ReadValue(input, "ret", &text);
+                if (handles[k]) handles[k]->SetReturn(std::move(ret));
+                if (held) held->ret = text;
                 break;
             }
             case 2: {
