@@ -129,10 +129,10 @@ ParsedArguments ParseArguments(int argc, char** argv, std::span<const Option> op
                 }
             }
             // A letter of a cluster as it is ("-=" too), a long option without its value.
-            const std::string_view arg = argv[optind - 1];
+            const std::string_view refused = argv[optind - 1];
             const std::string given = optopt != 0 && optopt < kFirstOptionId
                                               ? std::string("-") + static_cast<char>(optopt)
-                                              : std::string(arg.substr(0, arg.find('=')));
+                                              : std::string(refused.substr(0, refused.find('=')));
             parsed.error = "unknown option '" + given + "'";
             return parsed;
         }
