@@ -30,6 +30,16 @@ bool IsOperand(std::string_view arg) {
            (arg.size() > 1 && std::isdigit(static_cast<unsigned char>(arg[1])));
 }
 
+// getopt keeps its place inside a cluster of letters between calls: after "-vxy" is refused at x
+// it would go on at y, in an argv that may be gone, when the next parse starts. A scan of a vector
+// without options, with optind 0, makes it start afresh.
+void ForgetEarlierParse() {
+    static char name[] = "autl";
+    char* argv[] = {name, nullptr};
+    optind = 0;
+    getopt(1, argv, "+");
+}
+
 }  // namespace
 
 const Command* FindCommand(std::string_view name) {
@@ -85,6 +95,7 @@ ParsedArguments ParseArguments(int argc, char** argv, std::span<const Option> op
     ParsedArguments parsed;
     // The tool reports errors in its own words.
     opterr = 0;
+    ForgetEarlierParse();
     int next = 1;
     while (next < argc) {
         const std::string_view arg = argv[next];
@@ -117,10 +128,11 @@ ParsedArguments ParseArguments(int argc, char** argv, std::span<const Option> op
                     return parsed;
                 }
             }
-            std::string given = optopt != 0 && optopt < kFirstOptionId
-                                        ? std::string("-") + static_cast<char>(optopt)
-                                        : std::string(argv[optind - 1]);
-            given = given.substr(0, given.find('='));
+            // A letter of a cluster as it is ("-=" too), a long option without its value.
+            const std::string_view refused = argv[optind - 1];
+            const std::string given = optopt != 0 && optopt < kFirstOptionId
+                                              ? std::string("-") + static_cast<char>(optopt)
+                                              : std::string(refused.substr(0, refused.find('=')));
             parsed.error = "unknown option '" + given + "'";
             return parsed;
         }
