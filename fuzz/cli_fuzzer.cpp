@@ -27,8 +27,7 @@ using autl::ParsedArguments;
 
 // What the rules give for args, viewing args and the option names.
 ParsedArguments Parse(const std::vector<std::string>& args, std::vector<Option> all, bool stop) {
-    all.push_back({"help", false});
-    all.push_back({"verbose", false});
+    all.insert(all.end(), {{"help", false}, {"verbose", false}});
     ParsedArguments result;
     for (size_t i = 1; i < args.size() && result.error.empty(); ++i) {
         const std::string& arg = args[i];
@@ -39,43 +38,41 @@ ParsedArguments Parse(const std::vector<std::string>& args, std::vector<Option> 
                                    args.end());
             break;
         }
-        if (operand) {
-            result.operands.push_back(arg);
-        } else if (!arg.starts_with("--")) {
-            for (size_t c = 1; c < arg.size() && result.error.empty(); ++c) {
-                result.help |= arg[c] == 'h';
-                result.verbose += arg[c] == 'v';
-                if (arg[c] != 'h' && arg[c] != 'v')
-                    result.error = "unknown option '-" + arg.substr(c, 1) + "'";
+        if (operand) result.operands.push_back(arg);
+        // A cluster of letters.
+        for (size_t c = 1; !operand && !arg.starts_with("--") && c < arg.size(); ++c) {
+            result.help |= arg[c] == 'h';
+            result.verbose += arg[c] == 'v';
+            if (arg[c] != 'h' && arg[c] != 'v') {
+                result.error = "unknown option '-" + arg.substr(c, 1) + "'";
+                break;
             }
-        } else {
-            // An exact name, else the one name it is a prefix of.
-            const size_t equals = arg.find('=');
-            const std::string name = arg.substr(2, equals - 2);
-            const Option *exact = nullptr, *prefixed = nullptr;
-            int prefixes = 0;
-            for (const Option& option : all) {
-                if (name == option.name) exact = &option;
-                if (std::string_view(option.name).starts_with(name) && ++prefixes == 1)
-                    prefixed = &option;
-            }
-            const Option* found = exact != nullptr ? exact : prefixes == 1 ? prefixed : nullptr;
-            const bool has_equals = equals != std::string::npos;
-            const std::string full = found != nullptr ? std::string("--") + found->name : "";
-            result.error = found == nullptr ? "unknown option '" + arg.substr(0, equals) + "'"
-                           : found->has_value && !has_equals && i + 1 == args.size()
-                                   ? "option " + full + " needs a value"
-                           : !found->has_value && has_equals ? "option " + full + " takes no value"
-                                                             : "";
-            if (!result.error.empty()) break;
-            result.help |= full == "--help";
-            result.verbose += full == "--verbose";
-            if (found >= &all.end()[-2]) continue;
-            result.options.emplace_back(found->name,
-                                        has_equals ? std::string_view(arg).substr(equals + 1)
-                                        : found->has_value ? std::string_view(args[++i])
-                                                           : "");
         }
+        if (operand || !arg.starts_with("--")) continue;
+        // A long option: an exact name, else the one name it is a prefix of.
+        const size_t equals = arg.find('=');
+        const std::string name = arg.substr(2, equals - 2);
+        const auto prefixed = [&](const Option& o) {
+            return std::string_view(o.name).starts_with(name);
+        };
+        auto found = std::find_if(all.begin(), all.end(),
+                                  [&](const Option& o) { return name == o.name; });
+        if (found == all.end() && std::count_if(all.begin(), all.end(), prefixed) == 1)
+            found = std::find_if(all.begin(), all.end(), prefixed);
+        const bool has_equals = equals != std::string::npos;
+        const std::string full = found != all.end() ? std::string("--") + found->name : "";
+        result.error = found == all.end() ? "unknown option '" + arg.substr(0, equals) + "'"
+                       : found->has_value && !has_equals && i + 1 == args.size()
+                               ? "option " + full + " needs a value"
+                       : !found->has_value && has_equals ? "option " + full + " takes no value"
+                                                         : "";
+        result.help |= result.error.empty() && full == "--help";
+        result.verbose += result.error.empty() && full == "--verbose";
+        if (!result.error.empty() || found >= all.end() - 2) continue;
+        result.options.emplace_back(found->name, has_equals
+                                                         ? std::string_view(arg).substr(equals + 1)
+                                                 : found->has_value ? std::string_view(args[++i])
+                                                                    : "");
     }
     return result;
 }

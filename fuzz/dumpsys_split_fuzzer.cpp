@@ -57,15 +57,14 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         std::string_view chunk = lines[k];
         AUTL_FUZZ_CHECK(chunk.starts_with(head) && chunk.ends_with('\n'));
         chunk = chunk.substr(head.size(), chunk.size() - head.size() - 1);
-        AUTL_FUZZ_CHECK(rest.starts_with(chunk));
-        if (k + 1 == lines.size()) {
-            AUTL_FUZZ_CHECK(chunk.size() == rest.size() && rest.size() <= limit);
-            break;
-        }
-        // The last ", " whose space lies within limit + 2 characters.
+        // Only a text over the limit is cut: at the last ", " whose space lies within limit + 2
+        // characters, else at the limit.
+        const bool last = k + 1 == lines.size();
         const size_t separator = rest.rfind(", ", limit);
-        AUTL_FUZZ_CHECK(rest.size() > limit &&
-                        chunk.size() == (separator == std::string::npos ? limit : separator + 2));
+        AUTL_FUZZ_CHECK(rest.starts_with(chunk) && (rest.size() > limit) != last &&
+                        chunk.size() == (last                             ? rest.size()
+                                         : separator == std::string::npos ? limit
+                                                                          : separator + 2));
         rest.remove_prefix(chunk.size());
     }
     return 0;

@@ -113,15 +113,12 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         Entry* held = model.entries.contains(ids[k]) ? &model.entries[ids[k]] : nullptr;
         // Close(), destruction, or Begin over the handle end the call it held.
         const auto close = [&] {
-            if (ids[k] == 0) return;
             if (model.entries.contains(ids[k])) model.entries[ids[k]].open = false;
-            ids[k] = 0;
-            model.Fold();
+            if (std::exchange(ids[k], 0) != 0) model.Fold();
         };
         if (op == 0) {
             // The new entry comes before the assignment closes the one the handle held.
-            LogEntry call = model.Add(input);
-            handles[k] = logger.Begin(std::move(call));
+            handles[k] = logger.Begin(model.Add(input));
             close();
             ids[k] = model.last_id;
         } else if (op == 1) {
@@ -144,16 +141,10 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
             model.entries.clear();
             model.bytes = 0;
         } else if (op == 6) {
-            const uint8_t value = input.Read<uint8_t>();
-            const bool on = (value & 4) != 0;
-            const int mode = value / 4 % 8;
-            if (value % 4 == 0) logger.SetScoEnabled(on);
-            if (value % 4 == 1) logger.SetA2dpSuspended(on);
-            if (value % 4 == 2) logger.SetLeSuspended(on);
-            if (value % 4 == 3) logger.SetAudioMode(mode);
-            model.state[1 + 2 * (value % 4)] = static_cast<char>(value % 4 < 3 ? (on ? '*' : ' ')
-                                                                 : mode != 0   ? '0' + mode
-                                                                               : ' ');
+            // The audio mode, which every entry begun from now on shows and folds by.
+            const int mode = input.Read<uint8_t>() % 4;
+            logger.SetAudioMode(mode);
+            model.state[7] = " 123"[mode];
         } else {
             Check(logger, model);
         }

@@ -10,6 +10,7 @@
 // Input: the capture's bytes.
 
 #include <sstream>
+#include <tuple>
 
 #include "fuzz_support.h"
 #include "tap0.h"
@@ -22,7 +23,7 @@ using autl::fuzz::AsText;
 struct Reading {
     size_t frames = 0;
     std::string payloads;
-    std::optional<Tap0Error> first_damage;  // read past or not
+    std::optional<std::tuple<Tap0Damage, uint64_t, uint64_t>> first_damage;  // offset, index
 };
 
 Reading Read(std::span<const uint8_t> capture, bool skip_damage) {
@@ -35,7 +36,7 @@ Reading Read(std::span<const uint8_t> capture, bool skip_damage) {
         AUTL_FUZZ_CHECK(damage.offset == end && damage.frame_index == index);
         AUTL_FUZZ_CHECK(!resumed || damage.damage == Tap0Damage::kTornFrame ||
                         damage.damage == Tap0Damage::kTruncatedPayload);
-        if (!reading.first_damage.has_value()) reading.first_damage = damage;
+        if (!reading.first_damage) reading.first_damage = {damage.damage, end, index};
     };
     // The stretches read past before the next frame, or before the end.
     const auto skip = [&] {
@@ -48,38 +49,35 @@ Reading Read(std::span<const uint8_t> capture, bool skip_damage) {
     };
     while (const std::optional<Tap0Frame> frame = reader.Next()) {
         skip();
-        AUTL_FUZZ_CHECK(frame->index == index++ && frame->offset == end);
-        AUTL_FUZZ_CHECK(frame->payload.data() == capture.data() + end + kTap0HeaderSize);
-        AUTL_FUZZ_CHECK(!frame->payload.empty() && frame->payload.size() <= kTap0MaxPayloadSize);
-        end += kTap0HeaderSize + frame->payload.size();
-        AUTL_FUZZ_CHECK(end <= capture.size());
-        reading.payloads += AsText(frame->payload);
+        const std::span<const uint8_t> payload = frame->payload;
+        AUTL_FUZZ_CHECK(frame->index == index++ && frame->offset == end && !payload.empty() &&
+                        payload.size() <= kTap0MaxPayloadSize &&
+                        payload.data() == capture.data() + end + kTap0HeaderSize &&
+                        (end += kTap0HeaderSize + payload.size()) <= capture.size());
+        reading.payloads += AsText(payload);
         ++reading.frames;
         resumed = false;
     }
     skip();
-    if (const std::optional<Tap0Error>& error = reader.error()) {
-        AUTL_FUZZ_CHECK(end < capture.size() && error->skipped == 0);
-        damaged(*error);
-    } else {
-        AUTL_FUZZ_CHECK(end == capture.size());
-    }
+    // The end, or damage where the last frame or stretch ended; nothing is read after either.
+    if (reader.error()) damaged(*reader.error());
+    AUTL_FUZZ_CHECK(reader.error() ? end < capture.size() && reader.error()->skipped == 0
+                                   : end == capture.size());
     AUTL_FUZZ_CHECK(!reader.Next().has_value());
     return reading;
 }
 
+// The WAV file of a capture that plans as one: the plan's header and the payloads read.
 void CheckWave(std::span<const uint8_t> capture, const Reading& reading, bool skip_damage) {
     std::string error;
-    const std::optional<Tap0WavePlan> plan =
-            PlanTap0Wave(capture, &error, {.skip_damage = skip_damage});
-    AUTL_FUZZ_CHECK(plan.has_value() != !error.empty());
+    const auto plan = PlanTap0Wave(capture, &error, {.skip_damage = skip_damage});
     if (!plan.has_value()) return;
     AUTL_FUZZ_CHECK(plan->frames == reading.frames &&
                     plan->header.data_size == reading.payloads.size());
     std::ostringstream wave;
-    AUTL_FUZZ_CHECK(WriteTap0Wave(capture, *plan, wave));
-    AUTL_FUZZ_CHECK(wave.str() ==
-                    std::string(AsText(EncodeWaveHeader(plan->header))) + reading.payloads);
+    AUTL_FUZZ_CHECK(WriteTap0Wave(capture, *plan, wave) &&
+                    wave.str() ==
+                            std::string(AsText(EncodeWaveHeader(plan->header))) + reading.payloads);
 }
 
 }  // namespace
@@ -87,14 +85,10 @@ void CheckWave(std::span<const uint8_t> capture, const Reading& reading, bool sk
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     const std::span<const uint8_t> capture(data, size);
     const Reading stopping = Read(capture, false), skipping = Read(capture, true);
-    AUTL_FUZZ_CHECK(skipping.frames >= stopping.frames &&
+    // Up to its first damage, reading past damage reads what stopping at it reads.
+    AUTL_FUZZ_CHECK(skipping.first_damage == stopping.first_damage &&
+                    skipping.frames >= stopping.frames &&
                     skipping.payloads.starts_with(stopping.payloads));
-    AUTL_FUZZ_CHECK(skipping.first_damage.has_value() == stopping.first_damage.has_value());
-    if (const std::optional<Tap0Error>& stop = stopping.first_damage) {
-        AUTL_FUZZ_CHECK(skipping.first_damage->damage == stop->damage &&
-                        skipping.first_damage->offset == stop->offset &&
-                        skipping.first_damage->frame_index == stopping.frames);
-    }
     CheckWave(capture, stopping, false);
     CheckWave(capture, skipping, true);
     return 0;

@@ -15,28 +15,22 @@
 
 namespace {
 
-using vendor::zentro::tevrash::audio::hal::utils::dumpsys::YamlMapping;
-using vendor::zentro::tevrash::audio::hal::utils::dumpsys::YamlSequence;
+using namespace vendor::zentro::tevrash::audio::hal::utils::dumpsys;
 
-size_t Newlines(std::string_view text) {
-    return static_cast<size_t>(std::count(text.begin(), text.end(), '\n'));
-}
-
+const auto Newlines = [](std::string_view text) { return std::ranges::count(text, '\n'); };
 // The lines of a value after its first, as a line reader counts them.
-size_t FurtherLines(std::string_view text) {
-    return text.empty() ? 0 : Newlines(text) - (text.ends_with('\n') ? 1 : 0);
-}
+const auto Further = [](std::string_view text) { return Newlines(text) - text.ends_with('\n'); };
 
-// The nodes and what their renderings should count.
+// The nodes and the lines their block renderings should have.
 struct Mapping {
     YamlMapping node;
-    size_t entries = 0, further = 0;  // further lines of keys and values
+    long entries = 0, lines = 0;
     bool nested = false;
 };
 struct Sequence {
     YamlSequence node;
     std::string flow;  // the items joined
-    size_t items = 0, further = 0;
+    long lines = 0;
 };
 
 template <typename T>
@@ -45,30 +39,28 @@ void Put(Mapping& mapping, const std::string& key, const T& value, std::string t
     AUTL_FUZZ_CHECK(mapping.node.Put(key, value) == !text.empty());
     if (text.empty()) return;
     ++mapping.entries;
-    mapping.further += Newlines(key) + FurtherLines(text);
+    mapping.lines += 1 + Newlines(key) + Further(text);
     mapping.nested |= text[0] == '\n';
 }
 
 template <typename T>
 void Append(Sequence& sequence, const T& item, const std::string& text) {
     sequence.node.Append(item);
-    sequence.flow += (sequence.items++ == 0 ? "" : ", ") + text;
-    sequence.further += FurtherLines(text);
+    sequence.flow += (sequence.lines == 0 ? "" : ", ") + text;
+    sequence.lines += 1 + Further(text);
 }
 
 void Check(const Mapping& mapping, const Sequence& sequence) {
     const std::string block = mapping.node.ToString(true), flow = mapping.node.ToString(false);
-    AUTL_FUZZ_CHECK(mapping.entries == 0 ? block.empty()
-                                         : Newlines(block) == mapping.further + mapping.entries - 1);
+    AUTL_FUZZ_CHECK(Newlines(block) + !block.empty() == mapping.lines);
     AUTL_FUZZ_CHECK(mapping.nested ? flow == block
                                    : flow.starts_with('{') && flow.ends_with('}') &&
-                                             Newlines(flow) == mapping.further);
+                                             Newlines(flow) + mapping.entries == mapping.lines);
     const std::string lines = sequence.node.ToString(true);
     AUTL_FUZZ_CHECK(sequence.node.ToString(false) == "[" + sequence.flow + "]");
-    AUTL_FUZZ_CHECK(sequence.items == 0
+    AUTL_FUZZ_CHECK(sequence.lines == 0
                             ? lines == "[]"
-                            : lines.starts_with("- ") &&
-                                      Newlines(lines) == sequence.further + sequence.items - 1);
+                            : lines.starts_with("- ") && Newlines(lines) + 1 == sequence.lines);
 }
 
 }  // namespace
