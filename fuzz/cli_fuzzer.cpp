@@ -10,6 +10,7 @@
 // NUL names are left out) and a byte (bit 0: takes a value); then the arguments after argv[0],
 // separated by NUL bytes.
 
+#include <deque>
 #include <sstream>
 
 #include "cli.h"
@@ -22,8 +23,7 @@ std::span<const autl::Command> autl::Commands() {
 
 namespace {
 
-using autl::Option;
-using autl::ParsedArguments;
+using namespace autl;
 
 // What the rules give for args, viewing args and the option names.
 ParsedArguments Parse(const std::vector<std::string>& args, std::vector<Option> all, bool stop) {
@@ -84,7 +84,7 @@ void Check(std::vector<std::string> args, const std::vector<Option>& table, bool
     for (std::string& arg : args) argv.push_back(arg.data());
     argv.push_back(nullptr);
     const ParsedArguments parsed =
-            autl::ParseArguments(static_cast<int>(args.size()), argv.data(), table, stop);
+            ParseArguments(static_cast<int>(args.size()), argv.data(), table, stop);
     AUTL_FUZZ_CHECK(parsed.options == expected.options && parsed.operands == expected.operands &&
                     parsed.help == expected.help && parsed.verbose == expected.verbose &&
                     parsed.error == expected.error);
@@ -96,21 +96,18 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     autl::fuzz::ByteReader input(data, size);
     const bool stop = (input.Read<uint8_t>() & 1) != 0;
     // Names are neither empty nor repeated, and hold no '=' or NUL; autl adds help and verbose.
-    std::vector<std::string> names = {"help", "verbose"};
+    std::deque<std::string> names = {"help", "verbose"};
     std::vector<Option> table;
     for (int n = input.Read<uint8_t>() % 5; n > 0; --n) {
         const std::string name = input.Text();
         const bool has_value = (input.Read<uint8_t>() & 1) != 0;
-        if (name.empty() || name.find_first_of(std::string("=\0", 2)) != std::string::npos ||
-            std::count(names.begin(), names.end(), name) > 0) {
-            continue;
+        if (!name.empty() && name.find_first_of(std::string("=\0", 2)) == std::string::npos &&
+            std::count(names.begin(), names.end(), name) == 0) {
+            table.push_back({names.emplace_back(name).c_str(), has_value});
         }
-        names.push_back(name);
-        table.push_back({nullptr, has_value});
     }
-    for (size_t k = 0; k < table.size(); ++k) table[k].name = names[k + 2].c_str();
     std::vector<std::string> args = {"autl"};
-    std::istringstream rest(input.Rest());
+    std::istringstream rest(std::string(input.rest));
     for (std::string arg; args.size() < 32 && std::getline(rest, arg, '\0');) args.push_back(arg);
     // Twice, so that state getopt keeps between calls shows.
     const ParsedArguments expected = Parse(args, table, stop);

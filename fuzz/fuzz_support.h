@@ -37,11 +37,8 @@ inline std::span<const uint8_t> AsBytes(std::string_view text) {
 }
 
 // Reads an input front to back; past its end every value is zero or empty. A copy reads on alone.
-class ByteReader {
-  public:
-    ByteReader(const uint8_t* data, size_t size) : rest_(AsText({data, size})) {}
-
-    size_t remaining() const { return rest_.size(); }
+struct ByteReader {
+    ByteReader(const uint8_t* data, size_t size) : rest(AsText({data, size})) {}
 
     // A little-endian integer (or the bits of a float) of sizeof(T) bytes.
     template <typename T>
@@ -50,25 +47,21 @@ class ByteReader {
         Read(&value, sizeof(T));
         return value;
     }
-    // Fills n bytes at to, or their start; leaves the rest as it is.
+    // Fills n bytes at to, or as many of them as the input still has.
     void Read(void* to, size_t n) {
         const std::string bytes = Bytes(n);
         std::memcpy(to, bytes.data(), bytes.size());
     }
-
+    std::string Bytes(size_t n) {
+        const std::string bytes(rest.substr(0, n));
+        rest.remove_prefix(bytes.size());
+        return bytes;
+    }
     // A length of one byte (Text) or two bytes, little-endian (LongText), then that many bytes.
     std::string Text() { return Bytes(Read<uint8_t>()); }
     std::string LongText() { return Bytes(Read<uint16_t>()); }
-    std::string Rest() { return Bytes(rest_.size()); }
 
-  private:
-    std::string Bytes(size_t n) {
-        const std::string bytes(rest_.substr(0, n));
-        rest_.remove_prefix(bytes.size());
-        return bytes;
-    }
-
-    std::string_view rest_;
+    std::string_view rest;  // what is still to read
 };
 
 // A parcel holding exactly these bytes as its data, at position 0.

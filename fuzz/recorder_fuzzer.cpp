@@ -1,10 +1,9 @@
 // EncodedRecorder and WaveRecorder record random chunks into a temporary folder (with restarts,
 // which continue the same file within one second), and autl's readers read the files back. The
-// "tap0" reader finds exactly one whole frame per accepted chunk, with its bytes, and the format
-// word tells the recorder's channels (modulo 8), rate (48000 for one without a code) and sample
-// format. A WAV file is its header and every byte recorded into it; the header counts the chunks
-// since the last Start and is the header autl writes for the same stream. Refused chunks return 0
-// and write nothing.
+// "tap0" reader finds exactly one whole frame per accepted chunk, with its bytes, under one
+// well-formed format word, and nothing more. A WAV file is its header and every byte recorded into
+// it; the header counts the chunks since the last Start and is the header autl writes for the same
+// stream. Refused chunks return 0 and write nothing.
 //
 // Input: channels (a byte modulo 12), rate (a byte modulo 10 selecting a rate; 9 takes the next 4
 // bytes), the PCM type (a byte modulo 7), then operations: a byte modulo 8 (0 Start, 1 Stop, 2
@@ -52,21 +51,16 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     const auto pcm_type = static_cast<PcmType>(input.Read<uint8_t>() % 7);
     EncodedRecorder encoded(folder, "e", channels, static_cast<int>(rate), pcm_type);
     WaveRecorder wave(folder, "w", channels, rate, pcm_type);
+    RawRecorder* const recorders[] = {&encoded, &wave};
     std::map<std::string, Recording> files;
     size_t written = 0;  // at most 4 MiB per input, so that a run stays fast
-    for (int steps = 0; input.remaining() > 0 && steps < 64; ++steps) {
+    for (int steps = 0; !input.rest.empty() && steps < 64; ++steps) {
         const uint8_t operation = input.Read<uint8_t>();
-        if (operation % 8 == 0) {
-            const bool restart = !wave.IsStarted();
-            encoded.Start();
-            wave.Start();
-            files[encoded.GetPath()];
+        if (operation % 8 <= 1) {
+            const bool start = operation % 8 == 0, restart = start && !wave.IsStarted();
+            for (RawRecorder* recorder : recorders) start ? recorder->Start() : recorder->Stop();
+            if (start) files[encoded.GetPath()];
             if (restart) files[wave.GetPath()].restarted = true;
-            continue;
-        }
-        if (operation % 8 == 1) {
-            encoded.Stop();
-            wave.Stop();
             continue;
         }
         const uint8_t size_byte = input.Read<uint8_t>();
@@ -91,13 +85,6 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         recording.chunks.push_back(chunk);
         recording.counted += chunk.size();
     }
-    // The format word keeps the channels modulo 8, has one rate code for 48000 and every rate
-    // without a code of its own, and one format code for INT_32_BIT and FIXED_Q_8_24; a value
-    // outside the enumeration is recorded as INT_16_BIT.
-    const uint32_t tap_rate = std::find(kRates, kRates + 8, rate) != kRates + 8 ? rate : 48000;
-    const PcmType tap_type = pcm_type == PcmType::FIXED_Q_8_24  ? PcmType::INT_32_BIT
-                             : pcm_type > PcmType::INT_24_BIT ? PcmType::INT_16_BIT
-                                                                : pcm_type;
     for (const auto& [path, recording] : files) {
         std::string file, recorded;
         AUTL_FUZZ_CHECK(android::base::ReadFileToString(path, &file) && unlink(path.c_str()) == 0);
@@ -116,13 +103,15 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
                                               (!made || *header == *made));
             continue;
         }
+        // One format word for the whole recording.
         Tap0Reader reader(AsBytes(file));
+        std::optional<uint32_t> word;
         for (const std::string& chunk : recording.chunks) {
             const std::optional<Tap0Frame> frame = reader.Next();
             AUTL_FUZZ_CHECK(frame.has_value() && AsText(frame->payload) == chunk &&
-                            frame->format.channels == (channels & 7) &&
-                            frame->format.sample_rate == tap_rate &&
-                            frame->format.pcm_type == tap_type);
+                            frame->format.well_formed &&
+                            frame->format.word == word.value_or(frame->format.word));
+            word = frame->format.word;
         }
         AUTL_FUZZ_CHECK(!reader.Next().has_value() && !reader.error().has_value());
     }

@@ -64,20 +64,16 @@ Reading Read(std::span<const uint8_t> capture, bool skip_damage) {
     AUTL_FUZZ_CHECK(reader.error() ? end < capture.size() && reader.error()->skipped == 0
                                    : end == capture.size());
     AUTL_FUZZ_CHECK(!reader.Next().has_value());
-    return reading;
-}
-
-// The WAV file of a capture that plans as one: the plan's header and the payloads read.
-void CheckWave(std::span<const uint8_t> capture, const Reading& reading, bool skip_damage) {
+    // A capture that plans as a WAV file converts into the plan's header and the payloads read.
     std::string error;
-    const auto plan = PlanTap0Wave(capture, &error, {.skip_damage = skip_damage});
-    if (!plan.has_value()) return;
-    AUTL_FUZZ_CHECK(plan->frames == reading.frames &&
-                    plan->header.data_size == reading.payloads.size());
-    std::ostringstream wave;
-    AUTL_FUZZ_CHECK(WriteTap0Wave(capture, *plan, wave) &&
-                    wave.str() ==
-                            std::string(AsText(EncodeWaveHeader(plan->header))) + reading.payloads);
+    if (const auto plan = PlanTap0Wave(capture, &error, {.skip_damage = skip_damage})) {
+        std::ostringstream wave;
+        AUTL_FUZZ_CHECK(plan->frames == reading.frames && WriteTap0Wave(capture, *plan, wave) &&
+                        plan->header.data_size == reading.payloads.size() &&
+                        wave.str() == std::string(AsText(EncodeWaveHeader(plan->header))) +
+                                              reading.payloads);
+    }
+    return reading;
 }
 
 }  // namespace
@@ -89,7 +85,5 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     AUTL_FUZZ_CHECK(skipping.first_damage == stopping.first_damage &&
                     skipping.frames >= stopping.frames &&
                     skipping.payloads.starts_with(stopping.payloads));
-    CheckWave(capture, stopping, false);
-    CheckWave(capture, skipping, true);
     return 0;
 }
