@@ -52,13 +52,10 @@ ParsedArguments Parse(const std::vector<std::string>& args, std::vector<Option> 
         // A long option: an exact name, else the one name it is a prefix of.
         const size_t equals = arg.find('=');
         const std::string name = arg.substr(2, equals - 2);
-        const auto prefixed = [&](const Option& o) {
-            return std::string_view(o.name).starts_with(name);
-        };
-        auto found = std::find_if(all.begin(), all.end(),
-                                  [&](const Option& o) { return name == o.name; });
-        if (found == all.end() && std::count_if(all.begin(), all.end(), prefixed) == 1)
-            found = std::find_if(all.begin(), all.end(), prefixed);
+        const auto prefixed = [&](Option o) { return std::string_view(o.name).starts_with(name); };
+        auto found = std::ranges::find(all, name, &Option::name);
+        if (found == all.end() && std::ranges::count_if(all, prefixed) == 1)
+            found = std::ranges::find_if(all, prefixed);
         const bool has_equals = equals != std::string::npos;
         const std::string full = found != all.end() ? std::string("--") + found->name : "";
         result.error = found == all.end() ? "unknown option '" + arg.substr(0, equals) + "'"
