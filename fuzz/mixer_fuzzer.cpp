@@ -88,11 +88,13 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
             card.controls.push_back(ReadControl(input));
             AUTL_FUZZ_CHECK(mixer.UpdateControls() == open);
         } else if (operation != 5) {
-            // A value only from a control; the selected item's text and all texts the card's own
-            // strings, in order, null items left out, none for other types.
+            // A value only from a control the mixer knows, the card's name only while open; the
+            // selected item's text and all texts the card's own strings, in order, null items left
+            // out, none for other types.
             const std::optional<long> value = mixer.GetIntegerValue(name);
             const std::optional<std::string_view> text = mixer.GetEnum(name);
-            AUTL_FUZZ_CHECK((ctl || !value) &&
+            AUTL_FUZZ_CHECK(mixer.GetNumberOfValues(name).has_value() == (ctl != nullptr) &&
+                            (ctl || !value) && (open || !mixer.GetName()) &&
                             (!text || std::count(items.begin(), items.end(), text->data())));
             std::vector<const char*> texts;
             for (std::string_view item : mixer.GetEnums(name)) texts.push_back(item.data());
