@@ -74,19 +74,6 @@ ParsedArguments Parse(const std::vector<std::string>& args, std::vector<Option> 
     return result;
 }
 
-// Parses its own copy of args.
-void Check(std::vector<std::string> args, const std::vector<Option>& table, bool stop,
-           const ParsedArguments& expected) {
-    std::vector<char*> argv;
-    for (std::string& arg : args) argv.push_back(arg.data());
-    argv.push_back(nullptr);
-    const ParsedArguments parsed =
-            ParseArguments(static_cast<int>(args.size()), argv.data(), table, stop);
-    AUTL_FUZZ_CHECK(parsed.options == expected.options && parsed.operands == expected.operands &&
-                    parsed.help == expected.help && parsed.verbose == expected.verbose &&
-                    parsed.error == expected.error);
-}
-
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
@@ -106,9 +93,18 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     std::vector<std::string> args = {"autl"};
     std::istringstream rest(std::string(input.rest));
     for (std::string arg; args.size() < 32 && std::getline(rest, arg, '\0');) args.push_back(arg);
-    // Twice, so that state getopt keeps between calls shows.
     const ParsedArguments expected = Parse(args, table, stop);
-    Check(args, table, stop, expected);
-    Check(args, table, stop, expected);
+    // Twice, each from its own copy, so that state getopt keeps between calls shows.
+    for (int round = 0; round < 2; ++round) {
+        std::vector<std::string> copy = args;
+        std::vector<char*> argv;
+        for (std::string& arg : copy) argv.push_back(arg.data());
+        argv.push_back(nullptr);
+        const ParsedArguments parsed =
+                ParseArguments(static_cast<int>(copy.size()), argv.data(), table, stop);
+        AUTL_FUZZ_CHECK(parsed.options == expected.options &&
+                        parsed.operands == expected.operands && parsed.help == expected.help &&
+                        parsed.verbose == expected.verbose && parsed.error == expected.error);
+    }
     return 0;
 }
