@@ -1,37 +1,22 @@
 // `autl calls`, run as a program on saved dumps under tests/data/calls: the demo's own dump, and a
-// bugreport that holds two damaged sections among other text. What it prints is compared whole
-// with the golden files beside them; AUTL_UPDATE_GOLDEN=1 rewrites those instead.
+// bugreport that holds two damaged sections among other text, compared whole with the golden files
+// beside them.
 
 #include <android-base/file.h>
 
-#include <cstdlib>
 #include <string>
 
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
-#include "run_program.h"
-#include "temp_dir.h"
+#include "golden.h"
 
 namespace autl {
 namespace {
 
-using test::ProgramRun;
-
-const std::string kData = AUTL_TEST_DATA "/calls/";
-
-std::string Golden(const std::string& name, const std::string& actual) {
-    if (std::getenv("AUTL_UPDATE_GOLDEN") != nullptr) {
-        android::base::WriteStringToFile(actual, kData + name);
-    }
-    std::string golden;
-    EXPECT_TRUE(android::base::ReadFileToString(kData + name, &golden)) << name;
-    return golden;
-}
-
 TEST(CallsCommandTest, SavedDumps_ReadBackIntoCalls) {
-    test::TempDir dir;
-    const std::string trace = dir.Join("trace.json");
+    TemporaryDir dir;
+    const std::string trace = std::string(dir.path) + "/trace.json";
     const auto damage = [](const std::string& name) {
         const std::string prefix = "autl calls: " + name + ":";
         return prefix + "6: the heading counts 6 entries, 4 read\n" + prefix +
@@ -56,16 +41,17 @@ TEST(CallsCommandTest, SavedDumps_ReadBackIntoCalls) {
              damage("standard input")},
     };
     for (const auto& c : cases) {
-        const ProgramRun run = test::RunProgram(
-                {"/bin/sh", "-c", "cd " + kData + " && " AUTL_TOOL " calls " + c.arguments});
+        const test::ProgramRun run =
+                test::RunCommand("autl calls " + c.arguments, AUTL_TEST_DATA "/calls", AUTL_TOOL);
         EXPECT_EQ(run.status, 0) << c.arguments;
-        EXPECT_EQ(run.out, Golden(c.golden, run.out)) << c.arguments;
+        EXPECT_EQ(run.out, test::Golden("calls/" + c.golden, run.out)) << c.arguments;
         EXPECT_EQ(run.err, c.err) << c.arguments;
     }
     std::string written;
     ASSERT_TRUE(android::base::ReadFileToString(trace, &written));
     const nlohmann::json events = nlohmann::json::parse(written);
-    EXPECT_EQ(events, nlohmann::json::parse(Golden("bugreport.trace.json", events.dump(1))));
+    EXPECT_EQ(events,
+              nlohmann::json::parse(test::Golden("calls/bugreport.trace.json", events.dump(1))));
 }
 
 }  // namespace

@@ -1,6 +1,8 @@
 // `autl demo`, run as a program: the session's dump holds every component's section and honours
 // the dump's filters; `autl calls --trace` turns the dump into trace events that match it.
 
+#include <android-base/file.h>
+
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
@@ -12,28 +14,28 @@
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
-#include "run_program.h"
-#include "temp_dir.h"
+#include "golden.h"
 
 namespace autl {
 namespace {
 
 using test::ProgramRun;
-using test::RunProgram;
 using ::testing::AllOf;
 using ::testing::HasSubstr;
 using ::testing::Not;
 
 TEST(DemoCommandTest, Session_DumpsEveryComponentAndRecords) {
-    test::TempDir dir;
+    TemporaryDir dir;
+    const auto autl = [&](const std::string& arguments) {
+        return test::RunCommand("autl " + arguments, dir.path, AUTL_TOOL);
+    };
     // A configuration tree where one of the files the demo looks up exists.
-    const std::string root = dir.Join("root");
+    const std::string root = std::string(dir.path) + "/root";
     const std::string spatializer = root + "/vendor/etc/audio/spatializer/";
     std::filesystem::create_directories(spatializer);
     std::ofstream(spatializer + "spatializer.xml") << "<spatializer/>";
 
-    const ProgramRun run = RunProgram(
-            {AUTL_TOOL, "demo", "--seconds", "1", "--out", dir.Join("captures"), "--root", root});
+    const ProgramRun run = autl("demo --seconds 1 --out captures --root " + root);
     ASSERT_EQ(run.status, 0) << run.err;
     EXPECT_THAT(run.out, AllOf(HasSubstr("Module calls:\n  Interaction logger("),
                                HasSubstr("   -- SCO Enabled\n"),
@@ -57,10 +59,8 @@ TEST(DemoCommandTest, Session_DumpsEveryComponentAndRecords) {
 
     // One track per section holding one event per entry, each naming the call and its count as
     // the entry's line in the dump does.
-    const std::string dump = dir.Join("dump.txt");
-    std::ofstream(dump) << run.out;
-    const ProgramRun calls =
-            RunProgram({AUTL_TOOL, "calls", "--trace", dir.Join("trace.json"), dump});
+    ASSERT_TRUE(android::base::WriteStringToFile(run.out, std::string(dir.path) + "/dump.txt"));
+    const ProgramRun calls = autl("calls --trace trace.json dump.txt");
     ASSERT_EQ(calls.status, 0) << calls.err;
     EXPECT_EQ(calls.err, "");
     std::vector<std::string> lines;
@@ -73,7 +73,9 @@ TEST(DemoCommandTest, Session_DumpsEveryComponentAndRecords) {
         }
     }
     ASSERT_EQ(entries.size(), 2u);
-    const nlohmann::json trace = nlohmann::json::parse(test::ReadFile(dir.Join("trace.json")));
+    std::string trace_text;
+    ASSERT_TRUE(android::base::ReadFileToString(std::string(dir.path) + "/trace.json", &trace_text));
+    const nlohmann::json trace = nlohmann::json::parse(trace_text);
     std::vector<int> events(entries.size());
     for (const nlohmann::json& event : trace["traceEvents"]) {
         if (event["ph"] != "X") continue;
@@ -89,12 +91,13 @@ TEST(DemoCommandTest, Session_DumpsEveryComponentAndRecords) {
     // The two captures, named in the output, hold about a second of audio each; the WAV file's
     // header counts all of its data.
     int captures = 0;
-    for (const auto& entry : std::filesystem::directory_iterator(dir.Join("captures"))) {
+    for (const auto& entry :
+         std::filesystem::directory_iterator(std::string(dir.path) + "/captures")) {
         ++captures;
-        EXPECT_THAT(run.out, HasSubstr("  " + entry.path().string() + "\n"));
+        EXPECT_THAT(run.out, HasSubstr("  captures/" + entry.path().filename().string() + "\n"));
         EXPECT_GT(std::filesystem::file_size(entry.path()), 100u * 1000u);
         if (entry.path().extension() != ".wav") continue;
-        const ProgramRun wav = RunProgram({AUTL_TOOL, "wav", "info", entry.path()});
+        const ProgramRun wav = autl("wav info " + entry.path().string());
         EXPECT_EQ(wav.status, 0) << wav.err;
         EXPECT_THAT(wav.out, HasSubstr("all counted"));
     }
@@ -102,17 +105,17 @@ TEST(DemoCommandTest, Session_DumpsEveryComponentAndRecords) {
 }
 
 TEST(DemoCommandTest, Filters_SelectSectionsLikeTheDumpRequest) {
-    test::TempDir dir;
+    TemporaryDir dir;
     const ProgramRun resources =
-            RunProgram({AUTL_TOOL, "-v", "demo", "--seconds=1", "--out", dir.path(), "AUtl::Res"});
+            test::RunCommand("autl -v demo --seconds=1 --out . AUtl::Res", dir.path, AUTL_TOOL);
     ASSERT_EQ(resources.status, 0) << resources.err;
     EXPECT_THAT(resources.out,
                 AllOf(HasSubstr("Resources:\n"), HasSubstr("Captures of stream out 0:"),
                       Not(HasSubstr("Interaction")), Not(HasSubstr("Module calls:"))));
     EXPECT_THAT(resources.err, HasSubstr("Start: recorder started\n"));
 
-    const ProgramRun loggers = RunProgram({AUTL_TOOL, "demo", "--seconds", "1", "--out", dir.path(),
-                                           "AUtl::Logger", "AUtl::Nothing"});
+    const ProgramRun loggers = test::RunCommand(
+            "autl demo --seconds 1 --out . AUtl::Logger AUtl::Nothing", dir.path, AUTL_TOOL);
     ASSERT_EQ(loggers.status, 0) << loggers.err;
     EXPECT_THAT(loggers.out, AllOf(HasSubstr("Module calls:\n"), HasSubstr("Stream out 0 commands:"),
                                    Not(HasSubstr("Resources:")), Not(HasSubstr("APEX version"))));
