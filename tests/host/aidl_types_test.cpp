@@ -19,17 +19,14 @@
 #include <aidl/android/media/audio/common/AudioPlaybackRate.h>
 #include <aidl/android/media/audio/common/AudioPort.h>
 #include <aidl/android/media/audio/common/AudioPortConfig.h>
-#include <android-base/stringprintf.h>
-#include <android-base/strings.h>
 #include <unistd.h>
 
-#include <map>
 #include <string>
 #include <vector>
 
 #include <gtest/gtest.h>
 
-#include "golden.h"
+#include "parcel_golden.h"
 
 namespace {
 
@@ -38,16 +35,9 @@ using namespace aidl::android::hardware::audio::core;
 using namespace aidl::android::media::audio::common;
 using aidl::android::hardware::common::Ashmem;
 using aidl::android::hardware::common::fmq::GrantorDescriptor;
-using Bytes = std::vector<uint8_t>;
+using namespace autl::test;
 using Command = StreamDescriptor::Command;
 using Reply = StreamDescriptor::Reply;
-
-// The parcel's data, or empty when it holds objects.
-Bytes Marshal(const AParcel* parcel) {
-    Bytes bytes(AParcel_getDataSize(parcel));
-    if (AParcel_marshal(parcel, bytes.data(), 0, bytes.size()) != STATUS_OK) return {};
-    return bytes;
-}
 
 template <typename T>
 ndk::ScopedAParcel Write(const T& value) {
@@ -56,109 +46,16 @@ ndk::ScopedAParcel Write(const T& value) {
     return parcel;
 }
 
-ndk::ScopedAParcel Unmarshal(const Bytes& bytes) {
-    ndk::ScopedAParcel parcel(AParcel_create());
-    EXPECT_EQ(STATUS_OK, AParcel_unmarshal(parcel.get(), bytes.data(), bytes.size()));
-    return parcel;
-}
-
-// Bytes as the golden file spells them: lines of eight 4-byte groups.
-std::string Hex(const Bytes& bytes) {
-    std::string text;
-    for (size_t i = 0; i < bytes.size(); ++i) {
-        text += android::base::StringPrintf(i % 32 == 0  ? "  %02x"
-                                            : i % 4 == 0 ? " %02x"
-                                                         : "%02x",
-                                            bytes[i]);
-        if (i % 32 == 31 || i + 1 == bytes.size()) text += "\n";
-    }
-    return text;
-}
-
-std::string StatusName(binder_status_t status) {
-    static const std::map<binder_status_t, std::string> kNames = {
-            {STATUS_BAD_VALUE, "STATUS_BAD_VALUE"},
-            {STATUS_NOT_ENOUGH_DATA, "STATUS_NOT_ENOUGH_DATA"},
-            {STATUS_UNEXPECTED_NULL, "STATUS_UNEXPECTED_NULL"},
-            {STATUS_BAD_TYPE, "STATUS_BAD_TYPE"},
-            {STATUS_NO_MEMORY, "STATUS_NO_MEMORY"}};
-    return kNames.contains(status) ? kNames.at(status) : std::to_string(status);
-}
-
-// What reading bytes as a T gives, as the golden file spells it (with where the read ends, unless
-// at the end of the data). A value that writes back the same bytes reads back equal and fails to
-// read from any shorter prefix, except where the platform reads a string cut off at the end of the
-// data as a null one.
-template <typename T>
-std::string Read(const Bytes& bytes) {
-    ndk::ScopedAParcel parcel = Unmarshal(bytes);
-    T value;
-    const binder_status_t status = value.readFromParcel(parcel.get());
-    if (status != STATUS_OK) return "= " + StatusName(status) + "\n";
-    std::string text = "= " + value.toString() + "\n";
-    if (const int32_t end = AParcel_getDataPosition(parcel.get()); end != std::ssize(bytes)) {
-        text += "ends at " + std::to_string(end) + "\n";
-    }
-    const Bytes written = Marshal(Write(value).get());
-    if (written != bytes) return text + "writes\n" + Hex(written);
-    T again;
-    EXPECT_EQ(STATUS_OK, again.readFromParcel(Unmarshal(written).get()));
-    EXPECT_EQ(value, again);
-    for (size_t size = 0; size < bytes.size(); ++size) {
-        T truncated;
-        if (truncated.readFromParcel(Unmarshal(Bytes(bytes.begin(), bytes.begin() + size)).get()) ==
-            STATUS_OK) {
-            EXPECT_NE(std::string::npos, truncated.toString().find("(null)")) << size << text;
-        }
-    }
-    return text;
-}
-
-const std::string kGolden = "aidl_types.txt";
-
-#define AUTL_TYPE(T) {#T, Read<T>},
-const std::map<std::string, std::string (*)(const Bytes&)> kReaders = {
-        AUTL_TYPE(AudioPort) AUTL_TYPE(AudioPortConfig) AUTL_TYPE(ModuleDebug) AUTL_TYPE(
-                AudioPatch) AUTL_TYPE(IModule::OpenInputStreamArguments)
-                AUTL_TYPE(IModule::OpenOutputStreamArguments) AUTL_TYPE(SourceMetadata) AUTL_TYPE(
-                        ITelephony::TelecomConfig) AUTL_TYPE(IBluetooth::ScoConfig)
-                        AUTL_TYPE(IBluetooth::HfpConfig) AUTL_TYPE(Reply) AUTL_TYPE(
-                                Command) AUTL_TYPE(StreamDescriptor) AUTL_TYPE(AudioOffloadMetadata)
-                                AUTL_TYPE(AudioPlaybackRate)
-                                        AUTL_TYPE(IModule::SupportedPlaybackRateFactors) AUTL_TYPE(
-                                                AudioChannelLayout) AUTL_TYPE(AudioDeviceAddress)
-                                                AUTL_TYPE(AudioPortExt)
-                                                        AUTL_TYPE(AudioPortMixExtUseCase)};
-#undef AUTL_TYPE
-
-// An entry: "Type" or "Type: what", its bytes, then what reading them gives, up to a blank line.
 TEST(AidlTypesTest, GoldenBytesAndText) {
-    enum { kBetween, kBytes, kResult } state = kBetween;
-    std::string actual, type;
-    Bytes bytes;
-    for (const std::string& line : android::base::Split(autl::test::TestData(kGolden), "\n")) {
-        if (line.empty() || line.starts_with("#")) {
-            if (state != kBetween) actual += Hex(bytes) + kReaders.at(type)(bytes);
-            state = kBetween;
-            actual += line + "\n";
-        } else if (state == kBetween) {
-            type = line.substr(0, line.find(": "));
-            ASSERT_TRUE(kReaders.contains(type)) << line;
-            actual += line + "\n";
-            bytes.clear();
-            state = kBytes;
-        } else if (state == kBytes && line.starts_with("  ")) {
-            for (const std::string& word : android::base::Split(line.substr(2), " ")) {
-                for (size_t i = 0; i + 1 < word.size(); i += 2) {
-                    bytes.push_back(static_cast<uint8_t>(std::stoi(word.substr(i, 2), nullptr, 16)));
-                }
-            }
-        } else {
-            state = kResult;
-        }
-    }
-    actual.pop_back();
-    EXPECT_EQ(actual, autl::test::Golden(kGolden, actual));
+    ExpectGoldenParcels(
+            "aidl_types.txt",
+            AUTL_READERS(AudioPort, AudioPortConfig, ModuleDebug, AudioPatch,
+                         IModule::OpenInputStreamArguments, IModule::OpenOutputStreamArguments,
+                         SourceMetadata, ITelephony::TelecomConfig, IBluetooth::ScoConfig,
+                         IBluetooth::HfpConfig, Reply, Command, StreamDescriptor,
+                         AudioOffloadMetadata, AudioPlaybackRate,
+                         IModule::SupportedPlaybackRateFactors, AudioChannelLayout,
+                         AudioDeviceAddress, AudioPortExt, AudioPortMixExtUseCase));
 }
 
 TEST(AidlTypesTest, Enums_FirstNameOrNumber) {
