@@ -21,7 +21,6 @@ FakeAlsaCards::FakeAlsaCards() {
                                            "\t@args.CARD { type string; default \"0\" }\n"
                                            "\ttype autl_fake\n"
                                            "\tcard $CARD\n"
-                                           "\tname \"Test Card\"\n"
                                            "\tstate \"" +
                                                    std::string(dir_.path) + "/cards.state\"\n}\n",
                                            config));

@@ -1,7 +1,6 @@
-// The generated AIDL types. Every entry of tests/data/aidl_types.txt holds bytes and what reading
-// them as the named type gives: the value's text, or the status of the refusal; a value that does
-// not write back the same bytes is followed by the bytes it writes. The file is produced again
-// from its own bytes and compared whole. Binders and descriptors, which never marshal, are here.
+// The generated AIDL types: the bytes and text of representative values and of malformed data
+// (golden entries in tests/data/aidl_types.txt), enumerators' names, and the binders and file
+// descriptors, which never marshal.
 
 #include <aidl/android/hardware/audio/common/AudioOffloadMetadata.h>
 #include <aidl/android/hardware/audio/common/SourceMetadata.h>

@@ -3,7 +3,7 @@
 // Golden parcels: a file under tests/data/ of entries that each hold bytes and what reading them
 // as a type gives, produced again from its own bytes and compared whole.
 //
-//   int: 960
+//   int32_t: a number
 //     c0030000
 //   = 960
 //
@@ -136,7 +136,9 @@ inline void ExpectGoldenParcels(const std::string& name,
         if (state != kBetween) actual += Hex(bytes) + readers.at(type)(bytes);
         state = kBetween;
     };
-    for (const std::string& line : android::base::Split(TestData(name), "\n")) {
+    std::string golden;
+    ASSERT_TRUE(android::base::ReadFileToString(AUTL_TEST_DATA "/" + name, &golden)) << name;
+    for (const std::string& line : android::base::Split(golden, "\n")) {
         if (state == kBytes && line.starts_with("  ")) {
             for (const std::string& word : android::base::Split(line.substr(2), " ")) {
                 for (size_t i = 0; i + 1 < word.size(); i += 2) {

@@ -1,37 +1,30 @@
 #pragma once
 
-// Golden files under tests/data/, compared whole; runs of command-line tools, and their transcripts
-// kept there.
-// With AUTL_UPDATE_GOLDEN=1 in the environment both rewrite the file with what the test produced,
-// so that `git diff` shows what changed.
+// The text of a golden file under tests/data/, for the caller to compare whole with what the code
+// wrote; with AUTL_UPDATE_GOLDEN set, `actual` is written there first. The host build passes the
+// folder as AUTL_TEST_DATA; on a device the files are installed beside the test program.
 //
-//   EXPECT_EQ(text, Golden("calls/demo_dump.calls.txt", text));
-//   EXPECT_EQ(RunTranscript("autl/capture.txt", dir.path), Golden("autl/capture.txt", ...));
+//   EXPECT_EQ(text, Golden("dumpsys/render.txt", text));
+
+#include <android-base/file.h>
+#include <stdlib.h>
 
 #include <string>
 
+#include <gtest/gtest.h>
+
 namespace autl::test {
 
-// The content of tests/data/<name>; empty when it cannot be read.
-std::string TestData(const std::string& name);
-
-// TestData(name), after writing `actual` there when updating.
-std::string Golden(const std::string& name, const std::string& actual);
-
-struct ProgramRun {
-    int status;  // the exit status; -1 when the program did not exit
-    std::string out;
-    std::string err;
-};
-
-// Runs `command` with /bin/sh in the folder `dir`, with the folder of `tool` first in PATH.
-ProgramRun RunCommand(const std::string& command, const std::string& dir, const std::string& tool);
-
-// Runs each line "$ COMMAND" of the transcript tests/data/<name> as RunCommand does, and returns
-// the transcript as it ran: each command followed by its standard output, its standard error with
-// each line marked "! ", and "[exit N]" unless it exited with 0. Comment lines ("#...") are kept,
-// and so is a blank line before one; every other line is earlier output, replaced. Compare the
-// result whole with Golden(name, result).
-std::string RunTranscript(const std::string& name, const std::string& dir, const std::string& tool);
+inline std::string Golden(const std::string& name, const std::string& actual) {
+#ifdef AUTL_TEST_DATA
+    const std::string path = AUTL_TEST_DATA "/" + name;
+#else
+    const std::string path = android::base::GetExecutableDirectory() + "/tests/data/" + name;
+#endif
+    if (getenv("AUTL_UPDATE_GOLDEN") != nullptr) android::base::WriteStringToFile(actual, path);
+    std::string golden;
+    EXPECT_TRUE(android::base::ReadFileToString(path, &golden)) << path;
+    return golden;
+}
 
 }  // namespace autl::test

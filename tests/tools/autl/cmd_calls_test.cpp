@@ -10,6 +10,7 @@
 #include <nlohmann/json.hpp>
 
 #include "golden.h"
+#include "transcript.h"
 
 namespace autl {
 namespace {

@@ -14,7 +14,7 @@
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
-#include "golden.h"
+#include "transcript.h"
 
 namespace autl {
 namespace {

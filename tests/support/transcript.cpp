@@ -1,14 +1,16 @@
-#include "golden.h"
+#include "transcript.h"
 
 #include <fcntl.h>
 #include <spawn.h>
 #include <sys/wait.h>
 
-#include <cstdlib>
 #include <vector>
 
 #include <android-base/file.h>
 #include <android-base/strings.h>
+#include <gtest/gtest.h>
+
+#include "golden.h"
 
 extern char** environ;
 
@@ -40,7 +42,7 @@ ProgramRun RunCommand(const std::string& command, const std::string& dir, const 
     const std::string err = std::string(output.path) + "/err";
     const std::string tool_dir = tool.substr(0, tool.rfind('/'));
     std::vector<std::string> argv = {
-            "/bin/sh", "-c",   "cd \"$1\" && PATH=\"$2:$PATH\" && eval \"$3\"", "sh", dir,
+            "/bin/sh", "-c",   "cd \"$1\" && export PATH=\"$2:$PATH\" LC_ALL=C && eval \"$3\"", "sh", dir,
             tool_dir,  command};
     std::vector<char*> pointers;
     for (std::string& arg : argv) pointers.push_back(arg.data());
@@ -59,19 +61,8 @@ ProgramRun RunCommand(const std::string& command, const std::string& dir, const 
     return {ran ? WEXITSTATUS(status) : -1, Read(out), Read(err)};
 }
 
-std::string TestData(const std::string& name) {
-    return Read(AUTL_TEST_DATA "/" + name);
-}
-
-std::string Golden(const std::string& name, const std::string& actual) {
-    if (std::getenv("AUTL_UPDATE_GOLDEN") != nullptr) {
-        android::base::WriteStringToFile(actual, AUTL_TEST_DATA "/" + name);
-    }
-    return TestData(name);
-}
-
-std::string RunTranscript(const std::string& name, const std::string& dir, const std::string& tool) {
-    std::vector<std::string> lines = android::base::Split(TestData(name), "\n");
+void ExpectTranscript(const std::string& name, const std::string& dir, const std::string& tool) {
+    std::vector<std::string> lines = android::base::Split(Read(AUTL_TEST_DATA "/" + name), "\n");
     if (!lines.empty() && lines.back().empty()) lines.pop_back();
     std::string transcript;
     for (size_t i = 0; i < lines.size(); ++i) {
@@ -83,7 +74,7 @@ std::string RunTranscript(const std::string& name, const std::string& dir, const
             transcript += lines[i] + "\n";
         }
     }
-    return transcript;
+    EXPECT_EQ(transcript, Golden(name, transcript));
 }
 
 }  // namespace autl::test
