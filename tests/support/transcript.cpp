@@ -74,7 +74,7 @@ void ExpectTranscript(const std::string& name, const std::string& dir, const std
             transcript += lines[i] + "\n";
         }
     }
-    EXPECT_EQ(transcript, Golden(name, transcript));
+    EXPECT_EQ(transcript, Golden(name, transcript)) << name;
 }
 
 }  // namespace autl::test

@@ -27,6 +27,7 @@ class AutlTest : public testing::Test {
   protected:
     void SetUp() override {
         std::filesystem::create_directory(Path("recording"));
+        std::filesystem::create_directory_symlink(AUTL_TEST_DATA "/calls", Path("calls"));
         const std::vector<std::string> chunks = {std::string(1920, 'a'), std::string(6, 'b')};
         Record("empty.audio_enc", Encoded(2, 48000, PcmType::INT_16_BIT), {});
         const std::string capture =
@@ -140,12 +141,10 @@ class AutlTest : public testing::Test {
     TemporaryDir dir_;
 };
 
-TEST_F(AutlTest, CommandLine) {
-    test::ExpectTranscript("autl/command_line.txt", dir_.path, AUTL_TOOL);
-}
-
-TEST_F(AutlTest, CaptureCommands) {
-    test::ExpectTranscript("autl/capture.txt", dir_.path, AUTL_TOOL);
+TEST_F(AutlTest, Transcripts) {
+    for (const char* name : {"command_line", "capture", "calls", "demo"}) {
+        test::ExpectTranscript("autl/" + std::string(name) + ".txt", dir_.path, AUTL_TOOL);
+    }
 }
 
 }  // namespace
