@@ -42,8 +42,9 @@ ProgramRun RunCommand(const std::string& command, const std::string& dir, const 
     const std::string err = std::string(output.path) + "/err";
     const std::string tool_dir = tool.substr(0, tool.rfind('/'));
     std::vector<std::string> argv = {
-            "/bin/sh", "-c",   "cd \"$1\" && export PATH=\"$2:$PATH\" LC_ALL=C && eval \"$3\"", "sh", dir,
-            tool_dir,  command};
+            "/bin/sh", "-c", "cd \"$1\" && export PATH=\"$2:$PATH\" LC_ALL=C && eval \"$3\"",
+            "sh",      dir,  tool_dir,
+            command};
     std::vector<char*> pointers;
     for (std::string& arg : argv) pointers.push_back(arg.data());
     pointers.push_back(nullptr);

@@ -11,8 +11,8 @@
 
 #include <gtest/gtest.h>
 
-#include "transcript.h"
 #include "little_endian.h"
+#include "transcript.h"
 
 namespace autl {
 namespace {
@@ -66,12 +66,15 @@ class AutlTest : public testing::Test {
         const struct {
             int channels, rate, type, decoded_channels, decoded_rate, decoded_type;
         } kFormats[] = {
-                {2, 48000, 1, 2, 48000, 1}, {1, 16000, 4, 1, 16000, 4}, {6, 44100, 5, 6, 44100, 5},
-                {2, 8000, 3, 2, 8000, 2},   {4, 96000, 2, 4, 96000, 2}, {7, 192000, 0, 7, 192000, 0},
-                {3, 24000, 1, 3, 24000, 1}, {5, 32000, 1, 5, 32000, 1}, {9, 48000, 1, 1, 48000, 1},
-                {6, 22050, 2, 6, 48000, 2}, {4, 96000, 6, 4, 96000, 1},
+                {2, 48000, 1, 2, 48000, 1}, {1, 16000, 4, 1, 16000, 4},
+                {6, 44100, 5, 6, 44100, 5}, {2, 8000, 3, 2, 8000, 2},
+                {4, 96000, 2, 4, 96000, 2}, {7, 192000, 0, 7, 192000, 0},
+                {3, 24000, 1, 3, 24000, 1}, {5, 32000, 1, 5, 32000, 1},
+                {9, 48000, 1, 1, 48000, 1}, {6, 22050, 2, 6, 48000, 2},
+                {4, 96000, 6, 4, 96000, 1},
         };
-        const std::vector<std::string> payloads = {"x", std::string(1920, 'y'), std::string(4097, 'z')};
+        const std::vector<std::string> payloads = {"x", std::string(1920, 'y'),
+                                                   std::string(4097, 'z')};
         for (size_t i = 0; i < std::size(kFormats); ++i) {
             const auto& f = kFormats[i];
             const std::string name = "f" + std::to_string(i);
@@ -88,7 +91,8 @@ class AutlTest : public testing::Test {
         const auto with = [&](size_t at, const std::string& bytes) {
             return first + std::string(second).replace(at, bytes.size(), bytes);
         };
-        for (const auto& [name, capture] : std::initializer_list<std::pair<std::string, std::string>>{
+        for (const auto& [name, capture] :
+             std::initializer_list<std::pair<std::string, std::string>>{
                      {"marker", with(0, "tap1")},
                      {"marker-bytes", with(0, std::string("\0\1ap", 4))},
                      {"marker-short", first + "tX"},
