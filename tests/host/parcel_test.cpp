@@ -119,11 +119,12 @@ TEST(ParcelTest, Binder_SameObjectBackAndNoMarshal) {
     // As on the platform, a class needs all its callbacks.
     EXPECT_EQ(nullptr, AIBinder_Class_define("test.INone", CountingClass::OnCreate,
                                              CountingClass::OnDestroy, nullptr));
+    // Classes live as long as the process.
+    static const AIBinder_Class* const kClass =
+            AIBinder_Class_define("test.ICounting", CountingClass::OnCreate,
+                                  CountingClass::OnDestroy, CountingClass::OnTransact);
     int payload = 0;
-    ndk::SpAIBinder binder(
-            AIBinder_new(AIBinder_Class_define("test.ICounting", CountingClass::OnCreate,
-                                               CountingClass::OnDestroy, CountingClass::OnTransact),
-                         &payload));
+    ndk::SpAIBinder binder(AIBinder_new(kClass, &payload));
     ASSERT_EQ(1, CountingClass::live);
     ndk::ScopedAParcel parcel(AParcel_create());
     ASSERT_EQ(STATUS_OK, AParcel_writeStrongBinder(parcel.get(), binder.get()));
