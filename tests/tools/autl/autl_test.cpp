@@ -1,5 +1,6 @@
-// The autl program, run on files that the recorders wrote, some of them damaged afterwards: the
-// transcripts tests/data/autl/*.txt hold each command and what it printed, compared whole.
+// The autl program, run on files that the recorders wrote (some of them damaged afterwards), on
+// saved dumps and on its own demo: the transcripts tests/data/autl/*.txt hold each command and what
+// it printed, compared whole. They share one folder and run in order.
 
 #include <android-base/file.h>
 #include <recorder/raw_recorder.h>
