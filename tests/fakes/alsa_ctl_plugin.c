@@ -57,20 +57,17 @@ struct card {
 static struct card cards[CARD_COUNT];
 static char state_path[4096];
 
-static void LoadState(void) {
-    FILE* file = state_path[0] != '\0' ? fopen(state_path, "rb") : NULL;
+// Loads ("rb") or saves ("wb") every card's values when the configuration names a state file.
+static void State(const char* mode) {
+    FILE* file = state_path[0] != '\0' ? fopen(state_path, mode) : NULL;
     if (file == NULL) return;
     struct card loaded[CARD_COUNT];
-    if (fread(loaded, sizeof(loaded), 1, file) == 1) memcpy(cards, loaded, sizeof(cards));
+    if (mode[0] == 'w') {
+        fwrite(cards, sizeof(cards), 1, file);
+    } else if (fread(loaded, sizeof(loaded), 1, file) == 1) {
+        memcpy(cards, loaded, sizeof(cards));
+    }
     fclose(file);
-}
-
-static int SaveState(int changed) {
-    FILE* file = state_path[0] != '\0' ? fopen(state_path, "wb") : NULL;
-    if (file == NULL) return changed;
-    fwrite(cards, sizeof(cards), 1, file);
-    fclose(file);
-    return changed;
 }
 
 // Also run when the plugin is loaded.
@@ -86,7 +83,7 @@ __attribute__((constructor)) void autl_fake_ctl_reset(void) {
 void autl_fake_ctl_add_late_control(int card) {
     if (card < 0 || card >= CARD_COUNT) return;
     cards[card].listed = kControlCount;
-    SaveState(0);
+    State("wb");
 }
 
 static struct card* Card(snd_ctl_ext_t* ext) {
@@ -153,10 +150,12 @@ static int WriteValues(snd_ctl_ext_t* ext, snd_ctl_ext_key_t key, long* in) {
     long* values = Card(ext)->values[key];
     const int changed = memcmp(values, in, control->count * sizeof(long)) != 0;
     memcpy(values, in, control->count * sizeof(long));
-    return SaveState(changed);
+    State("wb");
+    return changed;
 }
 
-// Reads and writes of another type than long, and the integer ranges.
+// Reads and writes of enumerated values, and the integer ranges. No test reads or writes the
+// 64-bit control: tinyalsa refuses it before the driver.
 #define ACCESS(Name, Type)                                                        \
     static int Read##Name(snd_ctl_ext_t* ext, snd_ctl_ext_key_t key, Type* out) { \
         long value = 0;                                                           \
@@ -176,7 +175,6 @@ static int WriteValues(snd_ctl_ext_t* ext, snd_ctl_ext_key_t key, long* in) {
         *step = 1;                                                                              \
         return 0;                                                                               \
     }
-ACCESS(Integer64, int64_t)
 ACCESS(Enumerated, unsigned int)
 RANGE(Integer, long)
 RANGE(Integer64, int64_t)
@@ -211,20 +209,17 @@ static const snd_ctl_ext_callback_t kCallbacks = {
         .get_enumerated_info = GetEnumeratedInfo,
         .get_enumerated_name = GetEnumeratedName,
         .read_integer = ReadValues,
-        .read_integer64 = ReadInteger64,
         .read_enumerated = ReadEnumerated,
         .read_bytes = ReadBytes,
         .write_integer = WriteValues,
-        .write_integer64 = WriteInteger64,
         .write_enumerated = WriteEnumerated,
         .write_bytes = WriteBytes,
 };
 
-// The fields "card" (a number, given as text by the @args of a ctl definition), "name" and
-// "state"; any other field is ignored.
+// The fields "card" (a number, given as text by the @args of a ctl definition) and "state"; any
+// other field is ignored.
 SND_CTL_PLUGIN_DEFINE_FUNC(autl_fake) {
     long number = 0;
-    const char* card_name = "Fake Card";
     const char* state = "";
     snd_config_iterator_t i, next;
     snd_config_for_each(i, next, conf) {
@@ -234,19 +229,18 @@ SND_CTL_PLUGIN_DEFINE_FUNC(autl_fake) {
             continue;
         }
         if (strcmp(id, "card") == 0) number = strtol(text, NULL, 10);
-        if (strcmp(id, "name") == 0) card_name = text;
         if (strcmp(id, "state") == 0) state = text;
     }
     if (number < 0 || number >= CARD_COUNT) return -ENODEV;
     snprintf(state_path, sizeof(state_path), "%s", state);
-    LoadState();
+    State("rb");
 
     snd_ctl_ext_t* ext = calloc(1, sizeof(*ext));
     if (ext == NULL) return -ENOMEM;
     ext->version = SND_CTL_EXT_VERSION;
     ext->card_idx = (int)number;
     snprintf(ext->id, sizeof(ext->id), "AutlFake%ld", number);
-    snprintf(ext->name, sizeof(ext->name), "%s %ld", card_name, number);
+    snprintf(ext->name, sizeof(ext->name), "Test Card %ld", number);
     ext->poll_fd = -1;
     ext->callback = &kCallbacks;
     ext->private_data = &cards[number];

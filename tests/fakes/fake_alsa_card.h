@@ -17,9 +17,7 @@
 //   "Late Switch"     boolean, listed only after AddLateControl
 // Out-of-range values are refused with -EINVAL. Cards 8 and above fail to open with -ENODEV.
 
-#include <string>
-
-#include "temp_dir.h"
+#include <android-base/file.h>
 
 namespace autl::test {
 
@@ -34,11 +32,8 @@ class FakeAlsaCards {
     // Lists "Late Switch" on the card from now on.
     void AddLateControl(int card);
 
-    const std::string& config_path() const { return config_path_; }
-
   private:
-    TempDir dir_;
-    std::string config_path_;
+    TemporaryDir dir_;
     void* plugin_;
 };
 

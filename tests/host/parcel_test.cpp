@@ -1,13 +1,11 @@
-// The host's parcel: the bytes of each kind of value, malformed data, positions, marshalling,
-// binders and file descriptors, and status texts.
+// The host's parcel: the bytes of each kind of value and of malformed data (golden entries in
+// tests/data/parcel.txt), lenient UTF-8, positions, marshalling, the objects that binders and file
+// descriptors leave in a parcel, and status texts.
 
 #include <android/binder_auto_utils.h>
 #include <android/binder_parcel.h>
-#include <android/binder_parcel_utils.h>
 #include <android/binder_status.h>
-
 #include <fcntl.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cstdint>
@@ -18,72 +16,26 @@
 
 #include <gtest/gtest.h>
 
+#include "parcel_golden.h"
+
 namespace {
 
-using Bytes = std::vector<uint8_t>;
+using namespace autl::test;
 
-Bytes Marshal(const ndk::ScopedAParcel& parcel) {
-    Bytes bytes(AParcel_getDataSize(parcel.get()));
-    EXPECT_EQ(STATUS_OK, AParcel_marshal(parcel.get(), bytes.data(), 0, bytes.size()));
-    return bytes;
+TEST(ParcelTest, GoldenBytes) {
+    ExpectGoldenParcels(
+            "parcel.txt",
+            AUTL_READERS(int32_t, int64_t, float, double, bool, int8_t, char16_t, std::string,
+                         std::optional<std::string>, std::vector<uint8_t>, std::vector<bool>,
+                         std::vector<char16_t>, std::vector<int32_t>, std::vector<int64_t>,
+                         std::vector<float>, std::vector<std::string>,
+                         std::optional<std::vector<int32_t>>, std::optional<std::vector<uint8_t>>,
+                         ndk::SpAIBinder, ndk::ScopedFileDescriptor));
 }
 
-ndk::ScopedAParcel Unmarshal(const Bytes& bytes) {
-    ndk::ScopedAParcel parcel(AParcel_create());
-    EXPECT_EQ(STATUS_OK, AParcel_unmarshal(parcel.get(), bytes.data(), bytes.size()));
-    return parcel;
-}
-
-// Writes value with the C++ helpers (of a @nullable field, which treat the other types as any
-// field) and returns the parcel's bytes.
-template <typename T>
-Bytes Encode(const T& value) {
-    ndk::ScopedAParcel parcel(AParcel_create());
-    EXPECT_EQ(STATUS_OK, ndk::AParcel_writeNullableData(parcel.get(), value));
-    return Marshal(parcel);
-}
-
-// Reads a T from bytes with the C++ helpers; the status and, on success, the value.
-template <typename T>
-std::pair<binder_status_t, T> Decode(const Bytes& bytes) {
-    ndk::ScopedAParcel parcel = Unmarshal(bytes);
-    T value{};
-    binder_status_t status = ndk::AParcel_readNullableData(parcel.get(), &value);
-    return {status, std::move(value)};
-}
-
-// Bytes that must fail to read, and the status they give.
-struct BadCase {
-    const char* what;
-    Bytes bytes;
-    binder_status_t status;
-};
-
-// value is written as bytes and read back equal; every shorter prefix of bytes fails to read.
-template <typename T>
-void ExpectWire(const T& value, const Bytes& bytes) {
-    SCOPED_TRACE(testing::PrintToString(bytes));
-    EXPECT_EQ(bytes, Encode(value));
-    auto [status, decoded] = Decode<T>(bytes);
-    EXPECT_EQ(STATUS_OK, status);
-    EXPECT_EQ(value, decoded);
-    for (size_t size = 0; size < bytes.size(); ++size) {
-        EXPECT_NE(STATUS_OK, Decode<T>(Bytes(bytes.begin(), bytes.begin() + size)).first) << size;
-    }
-}
-
-TEST(ParcelTest, Primitives_WireBytes) {
-    ExpectWire<int32_t>(960, {0xC0, 0x03, 0, 0});
-    ExpectWire<int64_t>(INT64_MIN + 1, {1, 0, 0, 0, 0, 0, 0, 0x80});
-    ExpectWire<float>(0.5f, {0, 0, 0, 0x3F});
-    ExpectWire<double>(-0.5, {0, 0, 0, 0, 0, 0, 0xE0, 0xBF});
-    // Narrow values travel as an int32.
-    ExpectWire<bool>(true, {1, 0, 0, 0});
-    ExpectWire<int8_t>(-2, {0xFE, 0xFF, 0xFF, 0xFF});
-    ExpectWire<char16_t>(u'€', {0xAC, 0x20, 0, 0});
-
-    // A read that does not fit leaves the position alone, and the value too, except that narrow
-    // values are set to zero, as on the platform.
+// A read that does not fit leaves the position alone, and the value too, except that narrow values
+// are set to zero, as on the platform.
+TEST(ParcelTest, FailedRead_KeepsPositionAndWideValues) {
     ndk::ScopedAParcel parcel = Unmarshal(Bytes{1, 2, 3, 4});
     int64_t wide = 7;
     EXPECT_EQ(STATUS_NOT_ENOUGH_DATA, AParcel_readInt64(parcel.get(), &wide));
@@ -96,18 +48,10 @@ TEST(ParcelTest, Primitives_WireBytes) {
     EXPECT_EQ(0, byte);
 }
 
-TEST(ParcelTest, Strings_WireBytesAndBadInput) {
-    // Count of UTF-16 units, the units, a 16-bit NUL, padding; a character outside the BMP is a
-    // surrogate pair.
-    ExpectWire(std::string(), {0, 0, 0, 0, 0, 0, 0, 0});
-    ExpectWire(std::string("ab"), {2, 0, 0, 0, 'a', 0, 'b', 0, 0, 0, 0, 0});
-    ExpectWire(std::string("\xC3\xA9"), {1, 0, 0, 0, 0xE9, 0, 0, 0});
-    ExpectWire(std::string("\xE2\x82\xAC"), {1, 0, 0, 0, 0xAC, 0x20, 0, 0});
-    ExpectWire(std::string("\xF4\x8F\xBF\xBF"), {2, 0, 0, 0, 0xFF, 0xDB, 0xFF, 0xDF, 0, 0, 0, 0});
-
-    // UTF-8 is converted as leniently as on the platform: only a sequence cut off by the end
-    // fails. A lone continuation byte stays a character, an overlong form is decoded, an encoded
-    // surrogate is written as it is (and dropped on the way back).
+// UTF-8 is converted as leniently as on the platform: only a sequence cut off by the end fails. A
+// lone continuation byte stays a character, an overlong form is decoded, an encoded surrogate is
+// written as it is. Counts that disagree with the data are refused.
+TEST(ParcelTest, Writes_LenientUtf8AndCountsChecked) {
     const struct {
         const char* utf8;
         Bytes wire;  // empty: STATUS_BAD_VALUE
@@ -115,105 +59,25 @@ TEST(ParcelTest, Strings_WireBytesAndBadInput) {
             {"\x80", {1, 0, 0, 0, 0x80, 0, 0, 0}},
             {"\xC0\xAF", {1, 0, 0, 0, '/', 0, 0, 0}},
             {"\xED\xA0\x80", {1, 0, 0, 0, 0x00, 0xD8, 0, 0}},
-            {"\xE2\x82", {}},
+            {"a\xE2\x82", {}},
     };
     for (const auto& c : kWrites) {
         ndk::ScopedAParcel parcel(AParcel_create());
         EXPECT_EQ(c.wire.empty() ? STATUS_BAD_VALUE : STATUS_OK,
                   AParcel_writeString(parcel.get(), c.utf8, strlen(c.utf8)))
                 << c.utf8;
-        EXPECT_EQ(c.wire, Marshal(parcel)) << c.utf8;
+        EXPECT_EQ(c.wire, Marshal(parcel.get())) << c.utf8;
     }
-    ndk::ScopedAParcel parcel(AParcel_create());
-    EXPECT_EQ(STATUS_BAD_VALUE, AParcel_writeString(parcel.get(), nullptr, 3));
-    EXPECT_EQ(STATUS_BAD_VALUE, AParcel_writeString(parcel.get(), "a", -1));
-
-    // The platform reads every malformed string as the null string: a required one fails with
-    // STATUS_UNEXPECTED_NULL, a nullable one reads as null. Unpaired surrogates are dropped.
-    const struct {
-        const char* what;
-        Bytes bytes;
-        std::optional<std::string> value;
-    } kReads[] = {
-            {"null", {0xFF, 0xFF, 0xFF, 0xFF}, std::nullopt},
-            {"count past the end", {5, 0, 0, 0, 'a', 0, 0, 0}, std::nullopt},
-            {"huge count", {0xFF, 0xFF, 0xFF, 0x7F, 0, 0, 0, 0}, std::nullopt},
-            {"count below -1", {0xFE, 0xFF, 0xFF, 0xFF}, std::nullopt},
-            {"no NUL", {1, 0, 0, 0, 'a', 0, 'b', 0}, std::nullopt},
-            {"odd data size", {1, 0, 0, 0, 'a', 0, 0}, std::nullopt},
-            {"no count", {}, std::nullopt},
-            {"unpaired surrogates", {3, 0, 0, 0, 0x00, 0xDC, 'a', 0, 0x00, 0xD8, 0, 0}, "a"},
-    };
-    for (const auto& c : kReads) {
-        const auto [status, value] = Decode<std::string>(c.bytes);
-        EXPECT_EQ(c.value.has_value() ? STATUS_OK : STATUS_UNEXPECTED_NULL, status) << c.what;
-        EXPECT_EQ(c.value.value_or(""), value) << c.what;
-        EXPECT_EQ((std::pair<binder_status_t, std::optional<std::string>>{STATUS_OK, c.value}),
-                  Decode<std::optional<std::string>>(c.bytes))
-                << c.what;
-    }
-}
-
-TEST(ParcelTest, Arrays_WireBytesAndBadCounts) {
-    // byte[] is packed and padded; boolean[] and char[] take an int32 per element.
-    ExpectWire(std::vector<uint8_t>{1, 2, 255}, {3, 0, 0, 0, 1, 2, 0xFF, 0});
-    ExpectWire(std::vector<bool>{true, false}, {2, 0, 0, 0, 1, 0, 0, 0, 0, 0, 0, 0});
-    ExpectWire(std::vector<char16_t>{u'z'}, {1, 0, 0, 0, 'z', 0, 0, 0});
-    ExpectWire(std::vector<int64_t>{7}, {1, 0, 0, 0, 7, 0, 0, 0, 0, 0, 0, 0});
-    ExpectWire(std::vector<float>{-3.0f}, {1, 0, 0, 0, 0, 0, 0x40, 0xC0});
-    ExpectWire(std::vector<int32_t>{}, {0, 0, 0, 0});
-    ExpectWire(std::vector<std::string>{"a", ""},
-               {2, 0, 0, 0, 1, 0, 0, 0, 'a', 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0});
-    ExpectWire(std::optional<std::vector<int32_t>>(), {0xFF, 0xFF, 0xFF, 0xFF});
-    ExpectWire(std::optional<std::vector<uint8_t>>(std::vector<uint8_t>{9, 8, 7, 6, 5}),
-               {5, 0, 0, 0, 9, 8, 7, 6, 5, 0, 0, 0});
-
-    // The platform's statuses: a count beyond the bytes left is a failed allocation, and so is
-    // a null array where an array of strings (or of parcelables) is required.
-    const struct {
-        const char* what;
-        Bytes bytes;
-        binder_status_t ints, strings, bools;
-    } kCases[] = {
-            {"huge count",
-             {0xFF, 0xFF, 0xFF, 0x7F, 1, 0, 0, 0},
-             STATUS_NO_MEMORY,
-             STATUS_NO_MEMORY,
-             STATUS_NO_MEMORY},
-            {"count past the bytes",
-             {5, 0, 0, 0, 1, 0, 0, 0},
-             STATUS_NO_MEMORY,
-             STATUS_NO_MEMORY,
-             STATUS_NO_MEMORY},
-            {"one element short",
-             {2, 0, 0, 0, 1, 0, 0, 0},
-             STATUS_NO_MEMORY,
-             STATUS_UNEXPECTED_NULL,
-             STATUS_NOT_ENOUGH_DATA},
-            {"count below -1",
-             {0xF0, 0xFF, 0xFF, 0xFF},
-             STATUS_BAD_VALUE,
-             STATUS_BAD_VALUE,
-             STATUS_BAD_VALUE},
-            {"null where required",
-             {0xFF, 0xFF, 0xFF, 0xFF},
-             STATUS_UNEXPECTED_NULL,
-             STATUS_NO_MEMORY,
-             STATUS_UNEXPECTED_NULL},
-    };
-    for (const auto& c : kCases) {
-        EXPECT_EQ(c.ints, Decode<std::vector<int32_t>>(c.bytes).first) << c.what;
-        EXPECT_EQ(c.strings, Decode<std::vector<std::string>>(c.bytes).first) << c.what;
-        EXPECT_EQ(c.bools, Decode<std::vector<bool>>(c.bytes).first) << c.what;
-    }
-    // A count that disagrees with the data is refused on write.
     ndk::ScopedAParcel parcel(AParcel_create());
     const int32_t one = 1;
+    EXPECT_EQ(STATUS_BAD_VALUE, AParcel_writeString(parcel.get(), nullptr, 3));
+    EXPECT_EQ(STATUS_BAD_VALUE, AParcel_writeString(parcel.get(), "a", -1));
     EXPECT_EQ(STATUS_BAD_VALUE, AParcel_writeInt32Array(parcel.get(), &one, -1));
     EXPECT_EQ(STATUS_BAD_VALUE, AParcel_writeInt32Array(parcel.get(), nullptr, 1));
+    EXPECT_EQ(0, AParcel_getDataSize(parcel.get()));
 }
 
-TEST(ParcelTest, DataPosition_Bounds) {
+TEST(ParcelTest, DataPositionAndMarshal_Bounds) {
     ndk::ScopedAParcel parcel(AParcel_create());
     ASSERT_EQ(STATUS_OK, AParcel_writeInt32(parcel.get(), 1));
     EXPECT_EQ(STATUS_BAD_VALUE, AParcel_setDataPosition(parcel.get(), -1));
@@ -225,27 +89,15 @@ TEST(ParcelTest, DataPosition_Bounds) {
     EXPECT_EQ(STATUS_NOT_ENOUGH_DATA, AParcel_readInt32(parcel.get(), &value));
     EXPECT_EQ(12, AParcel_getDataSize(parcel.get()));
     ASSERT_EQ(STATUS_OK, AParcel_writeInt32(parcel.get(), 2));
-    EXPECT_EQ((Bytes{1, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 2, 0, 0, 0}), Marshal(parcel));
-
     // Writing inside the data overwrites in place.
     ASSERT_EQ(STATUS_OK, AParcel_setDataPosition(parcel.get(), 4));
     ASSERT_EQ(STATUS_OK, AParcel_writeInt32(parcel.get(), 3));
-    EXPECT_EQ((Bytes{1, 0, 0, 0, 3, 0, 0, 0, 0, 0, 0, 0, 2, 0, 0, 0}), Marshal(parcel));
+    EXPECT_EQ((Bytes{1, 0, 0, 0, 3, 0, 0, 0, 0, 0, 0, 0, 2, 0, 0, 0}), Marshal(parcel.get()));
 
-    EXPECT_EQ(STATUS_OK, AParcel_reset(parcel.get()));
-    EXPECT_EQ(0, AParcel_getDataSize(parcel.get()));
-    EXPECT_EQ(0, AParcel_getDataPosition(parcel.get()));
-}
-
-TEST(ParcelTest, Marshal_Ranges) {
-    ndk::ScopedAParcel parcel = Unmarshal(Bytes{1, 2, 3, 4, 5, 6, 7, 8});
-    EXPECT_EQ(0, AParcel_getDataPosition(parcel.get()));
     uint8_t buffer[8] = {};
-    EXPECT_EQ(STATUS_OK, AParcel_marshal(parcel.get(), buffer, 2, 3));
-    EXPECT_EQ((Bytes{3, 4, 5}), Bytes(buffer, buffer + 3));
-    EXPECT_EQ(STATUS_OK, AParcel_marshal(parcel.get(), buffer, 8, 0));
-    for (const auto& [start, length] :
-         {std::pair<size_t, size_t>{0, 9}, {6, 3}, {SIZE_MAX, 2}, {2, SIZE_MAX}}) {
+    EXPECT_EQ(STATUS_OK, AParcel_marshal(parcel.get(), buffer, 3, 2));
+    EXPECT_EQ((Bytes{0, 3}), Bytes(buffer, buffer + 2));
+    for (const auto& [start, length] : {std::pair<size_t, size_t>{14, 3}, {2, SIZE_MAX}}) {
         EXPECT_EQ(STATUS_BAD_VALUE, AParcel_marshal(parcel.get(), buffer, start, length)) << start;
     }
 }
@@ -261,19 +113,18 @@ struct CountingClass {
     static binder_status_t OnTransact(AIBinder*, transaction_code_t, const AParcel*, AParcel*) {
         return STATUS_UNKNOWN_TRANSACTION;
     }
-    static const AIBinder_Class* Get() {
-        static AIBinder_Class* clazz =
-                AIBinder_Class_define("test.ICounting", OnCreate, OnDestroy, OnTransact);
-        return clazz;
-    }
 };
 
 TEST(ParcelTest, Binder_SameObjectBackAndNoMarshal) {
     // As on the platform, a class needs all its callbacks.
     EXPECT_EQ(nullptr, AIBinder_Class_define("test.INone", CountingClass::OnCreate,
                                              CountingClass::OnDestroy, nullptr));
+    // Classes live as long as the process.
+    static const AIBinder_Class* const kClass =
+            AIBinder_Class_define("test.ICounting", CountingClass::OnCreate,
+                                  CountingClass::OnDestroy, CountingClass::OnTransact);
     int payload = 0;
-    ndk::SpAIBinder binder(AIBinder_new(CountingClass::Get(), &payload));
+    ndk::SpAIBinder binder(AIBinder_new(kClass, &payload));
     ASSERT_EQ(1, CountingClass::live);
     ndk::ScopedAParcel parcel(AParcel_create());
     ASSERT_EQ(STATUS_OK, AParcel_writeStrongBinder(parcel.get(), binder.get()));
@@ -308,37 +159,6 @@ TEST(ParcelTest, Binder_SameObjectBackAndNoMarshal) {
     EXPECT_EQ(0, CountingClass::live);
 }
 
-TEST(ParcelTest, Binder_NullMarshalsAndForeignBytesFail) {
-    ndk::ScopedAParcel parcel(AParcel_create());
-    ASSERT_EQ(STATUS_OK, AParcel_writeStrongBinder(parcel.get(), nullptr));
-    const Bytes bytes = Marshal(parcel);
-    EXPECT_EQ(28u, bytes.size());
-    EXPECT_EQ((Bytes{0x85, 0x2A, 0x62, 0x73}), Bytes(bytes.begin(), bytes.begin() + 4));
-
-    // A copied null binder reads back as null. Bytes that claim a binder carry no object once
-    // copied, a null binder has no stability, and the object must be there whole.
-    Bytes stable = bytes;
-    stable[24] = 0x3F;
-    const struct {
-        const char* what;
-        Bytes bytes;
-        binder_status_t status;
-    } kCases[] = {
-            {"null binder", bytes, STATUS_OK},
-            {"copied binder", Bytes(28, 0x41), STATUS_BAD_TYPE},
-            {"null with stability", stable, STATUS_BAD_TYPE},
-            {"short object", Bytes(bytes.begin(), bytes.begin() + 20), STATUS_BAD_TYPE},
-            {"no stability", Bytes(bytes.begin(), bytes.begin() + 24), STATUS_NOT_ENOUGH_DATA},
-    };
-    for (const auto& c : kCases) {
-        AIBinder* read = reinterpret_cast<AIBinder*>(&stable);
-        EXPECT_EQ(c.status, AParcel_readStrongBinder(Unmarshal(c.bytes).get(), &read)) << c.what;
-        if (c.status == STATUS_OK) {
-            EXPECT_EQ(nullptr, read) << c.what;
-        }
-    }
-}
-
 TEST(ParcelTest, FileDescriptor_DuplicatedBothWays) {
     int pipe_fds[2];
     ASSERT_EQ(0, pipe(pipe_fds));
@@ -352,8 +172,7 @@ TEST(ParcelTest, FileDescriptor_DuplicatedBothWays) {
     ASSERT_EQ(STATUS_OK, AParcel_writeParcelFileDescriptor(parcel.get(), reader.get()));
     EXPECT_EQ(4 + 4 + 4 + 24, AParcel_getDataSize(parcel.get()));
     EXPECT_EQ(STATUS_UNKNOWN_ERROR, AParcel_writeParcelFileDescriptor(parcel.get(), -5));
-    uint8_t buffer[36];
-    EXPECT_EQ(STATUS_INVALID_OPERATION, AParcel_marshal(parcel.get(), buffer, 0, 4));
+    EXPECT_TRUE(Marshal(parcel.get()).empty());
 
     ASSERT_EQ(STATUS_OK, AParcel_setDataPosition(parcel.get(), 0));
     int absent = 0;
@@ -363,10 +182,6 @@ TEST(ParcelTest, FileDescriptor_DuplicatedBothWays) {
     ASSERT_EQ(STATUS_OK, AParcel_readParcelFileDescriptor(parcel.get(), &fd));
     ndk::ScopedFileDescriptor read(fd);
     EXPECT_NE(reader.get(), read.get());
-    struct stat original, copy;
-    ASSERT_EQ(0, fstat(reader.get(), &original));
-    ASSERT_EQ(0, fstat(read.get(), &copy));
-    EXPECT_EQ(original.st_ino, copy.st_ino);
 
     // The parcel's own copy lives until the parcel does; the caller's copy until its owner does.
     parcel.set(nullptr);
@@ -380,24 +195,6 @@ TEST(ParcelTest, FileDescriptor_DuplicatedBothWays) {
     parcel.set(AParcel_create());
     EXPECT_EQ(STATUS_UNKNOWN_ERROR, AParcel_writeParcelFileDescriptor(parcel.get(), fd));
     EXPECT_EQ(4, AParcel_getDataSize(parcel.get()));
-
-    // Foreign bytes claiming a descriptor are refused.
-    Bytes no_object(32, 0);
-    no_object[0] = 1;
-    const struct {
-        const char* what;
-        Bytes bytes;
-        binder_status_t status;
-    } kCases[] = {
-            {"empty", {}, STATUS_NOT_ENOUGH_DATA},
-            {"marker 2", {2, 0, 0, 0}, STATUS_UNEXPECTED_NULL},
-            {"copied object", no_object, STATUS_BAD_TYPE},
-            {"channel without object", {1, 0, 0, 0, 1, 0, 0, 0}, STATUS_BAD_TYPE},
-    };
-    for (const auto& c : kCases) {
-        EXPECT_EQ(c.status, AParcel_readParcelFileDescriptor(Unmarshal(c.bytes).get(), &fd))
-                << c.what;
-    }
 }
 
 TEST(ParcelTest, ScopedAStatus_Description) {

@@ -5,6 +5,7 @@
 
 #include <cerrno>
 #include <memory>
+#include <utility>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -63,79 +64,40 @@ TEST_F(HostTinyalsaTest, OwnChecks_AnswerEinvalWithoutAborting) {
     EXPECT_EQ(mixer_ctl_get_num_values(nullptr), 0U);
 }
 
-// The item count is read whatever the type, as tinyalsa reads it from the control's information:
-// for an integer control, the low 32 bits of its minimum (-10 here).
-TEST_F(HostTinyalsaTest, TypeAndItemCount_AsTinyalsaReportsThem) {
-    const struct {
-        const char* name;
-        mixer_ctl_type type;
-        unsigned int items;
-    } kCases[] = {
-            {"Speaker Volume", MIXER_CTL_TYPE_INT, 4294967286U},
-            {"Codec Blob", MIXER_CTL_TYPE_BYTE, 0},
-            {"Route Select", MIXER_CTL_TYPE_ENUM, 3},
-            {"Mute Switch", MIXER_CTL_TYPE_BOOL, 0},
-            {"Big Counter", MIXER_CTL_TYPE_INT64, 0},
-    };
-    for (const auto& c : kCases) {
-        SCOPED_TRACE(c.name);
-        EXPECT_EQ(mixer_ctl_get_type(Control(c.name)), c.type);
-        EXPECT_EQ(mixer_ctl_get_num_enums(Control(c.name)), c.items);
-    }
-    EXPECT_EQ(mixer_ctl_get_type(nullptr), MIXER_CTL_TYPE_UNKNOWN);
-}
-
+// Driver failures, and values the driver refuses, are -1 with errno.
 TEST_F(HostTinyalsaTest, DriverFailures_AnswerMinusOneWithErrno) {
-    errno = 0;
-    EXPECT_EQ(mixer_open(8), nullptr);
-    EXPECT_EQ(errno, ENODEV);
+    const auto failure = [](auto call) {
+        errno = 0;
+        const int result = call();
+        return std::pair(result, errno);
+    };
+    EXPECT_EQ(failure([] { return mixer_open(8) == nullptr ? -1 : 0; }), std::pair(-1, ENODEV));
     mixer_ctl* faulty = Control("Faulty Level");
-    long value = 5;
-    errno = 0;
-    EXPECT_EQ(mixer_ctl_get_array(faulty, &value, 1), -1);
-    EXPECT_EQ(errno, EIO);
-    EXPECT_EQ(mixer_ctl_get_value(faulty, 0), -1);
-    EXPECT_EQ(mixer_ctl_set_array(faulty, &value, 1), -1);
-    // A value the driver refuses is the driver's failure too, not tinyalsa's -EINVAL.
-    value = 101;
-    errno = 0;
-    EXPECT_EQ(mixer_ctl_set_array(Control("Speaker Volume"), &value, 1), -1);
-    EXPECT_EQ(errno, EINVAL);
+    long value = 101;
+    EXPECT_EQ(failure([&] { return mixer_ctl_get_array(faulty, &value, 1); }), std::pair(-1, EIO));
+    EXPECT_EQ(failure([&] { return mixer_ctl_get_value(faulty, 0); }), std::pair(-1, EIO));
+    EXPECT_EQ(failure([&] { return mixer_ctl_set_array(faulty, &value, 1); }), std::pair(-1, EIO));
+    EXPECT_EQ(failure([&] { return mixer_ctl_set_array(Control("Speaker Volume"), &value, 1); }),
+              std::pair(-1, EINVAL));
 }
 
-TEST_F(HostTinyalsaTest, Values_ReadAndWrittenByType) {
+// Values past the count are written as 0; tinyalsa answers 0 whether the values changed or not.
+// An integer control's item count is the low 32 bits of its minimum (-10), as tinyalsa reads it.
+// Names, types and the values of each type are in the `autl mixer` transcript.
+TEST_F(HostTinyalsaTest, Values_PastTheCountWrittenAsZero) {
     mixer_ctl* volume = Control("Speaker Volume");
-    long values[2] = {};
-    ASSERT_EQ(mixer_ctl_get_array(volume, values, 2), 0);
-    EXPECT_THAT(values, ElementsAre(50, 60));
-    // Written twice: alsa-lib tells a change (1) from none (0); tinyalsa answers 0 for both. The
-    // values past the count are written as 0.
-    values[0] = -10;
+    EXPECT_EQ(mixer_ctl_get_num_enums(volume), 4294967286U);
+    long values[2] = {-10, 5};
     EXPECT_EQ(mixer_ctl_set_array(volume, values, 1), 0);
     EXPECT_EQ(mixer_ctl_set_array(volume, values, 1), 0);
     ASSERT_EQ(mixer_ctl_get_array(volume, values, 2), 0);
     EXPECT_THAT(values, ElementsAre(-10, 0));
-    EXPECT_EQ(mixer_ctl_get_num_values(volume), 2U);
-
     mixer_ctl* blob = Control("Codec Blob");
-    EXPECT_EQ(mixer_ctl_get_value(blob, 7), 255);
     const unsigned char bytes[2] = {0x80, 0x7f};
     EXPECT_EQ(mixer_ctl_set_array(blob, bytes, 2), 0);
     unsigned char read[8] = {};
     ASSERT_EQ(mixer_ctl_get_array(blob, read, 8), 0);
     EXPECT_THAT(read, ElementsAre(0x80, 0x7f, 0, 0, 0, 0, 0, 0));
-
-    mixer_ctl* route = Control("Route Select");
-    EXPECT_EQ(mixer_ctl_get_num_enums(route), 3U);
-    EXPECT_STREQ(mixer_ctl_get_enum_string(route, 2), "Headset");
-    EXPECT_EQ(mixer_ctl_set_enum_by_string(route, "Off"), 0);
-    EXPECT_EQ(mixer_ctl_get_value(route, 0), 0);
-
-    const long on = 1;
-    EXPECT_EQ(mixer_ctl_set_array(Control("Mute Switch"), &on, 1), 0);
-    EXPECT_EQ(mixer_ctl_get_value(Control("Mute Switch"), 0), 1);
-    // The first of two controls with one name.
-    EXPECT_EQ(mixer_ctl_get_value(Control("Dup Gain"), 0), 3);
 }
 
 TEST_F(HostTinyalsaTest, AddNewCtls_ListsControlsAddedAfterOpen) {
