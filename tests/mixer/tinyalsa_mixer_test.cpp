@@ -13,7 +13,6 @@
 namespace vendor::zentro::tevrash::audio::hal::utils::mixer {
 namespace {
 
-using autl::test::FakeTinyalsa;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using ::testing::Optional;
@@ -46,7 +45,7 @@ class TinyalsaMixerTest : public ::testing::Test {
         EXPECT_FALSE(mixer_.SetEnum(name, "Off"));
     }
 
-    FakeTinyalsa tinyalsa_;
+    autl::test::FakeTinyalsa tinyalsa_;
     ::mixer& card_ = tinyalsa_.AddCard(0, "Test Card");
     ::mixer& second_card_ = tinyalsa_.AddCard(1, "Second Card");
     // tinyalsa reports 4294967286 items for this control, the low half of its minimum.
@@ -63,7 +62,7 @@ class TinyalsaMixerTest : public ::testing::Test {
     TinyalsaMixer mixer_;
 };
 
-TEST_F(TinyalsaMixerTest, Open_EachCardNumberOnceAndOneCardAtATime) {
+TEST_F(TinyalsaMixerTest, OpenAndClose_EachCardNumberOnceAndNothingWhileClosed) {
     {
         TinyalsaMixer mixer;
         EXPECT_FALSE(mixer.Open(5));  // no such card
@@ -80,9 +79,7 @@ TEST_F(TinyalsaMixerTest, Open_EachCardNumberOnceAndOneCardAtATime) {
     EXPECT_THAT(tinyalsa_.calls,
                 ElementsAre("mixer_open(5)", "mixer_open(0)", "mixer_get_name(0)", "mixer_close(0)",
                             "mixer_open(1)", "mixer_get_name(1)", "mixer_close(1)"));
-}
 
-TEST_F(TinyalsaMixerTest, Failures_MissingControlOrClosedMixer) {
     Open();
     ExpectEveryOperationFails("Missing");
     EXPECT_EQ(tinyalsa_.calls, std::vector<std::string>(9, Find("Missing")));
@@ -95,19 +92,18 @@ TEST_F(TinyalsaMixerTest, Failures_MissingControlOrClosedMixer) {
 }
 
 TEST_F(TinyalsaMixerTest, GetIntegerValue_FirstValueOrASingleRead) {
-    struct Case {
+    const struct {
         std::optional<int> array_result;  // unset: the fake reads the control
         std::optional<int> value_result;
         std::optional<long> expected;
-    };
-    const Case cases[] = {
+    } cases[] = {
             {std::nullopt, 7, 30},        // the array read
             {-1, std::nullopt, 30},       // the single read, of the first value
             {-1, -5, -5},                 // a negative answer is a value
             {-1, -EINVAL, std::nullopt},  // except tinyalsa's refusal
     };
     Open();
-    for (const Case& c : cases) {
+    for (const auto& c : cases) {
         volume_.get_array_result = c.array_result;
         volume_.get_value_result = c.value_result;
         EXPECT_EQ(mixer_.GetIntegerValue("Volume"), c.expected) << c.value_result.value_or(0);
@@ -124,33 +120,24 @@ TEST_F(TinyalsaMixerTest, ArrayValues_ReadAndWrittenAndCountsChecked) {
     EXPECT_FALSE(mixer_.GetByteValues("Blob", bytes, -1));
     EXPECT_FALSE(mixer_.GetByteValues("Blob", nullptr, 4));
     EXPECT_FALSE(mixer_.SetByteValues("Blob", bytes, 0));
-    EXPECT_FALSE(mixer_.SetByteValues("Blob", nullptr, 2));
-    EXPECT_FALSE(mixer_.SetIntegerValues("Volume", values, 0));
     EXPECT_FALSE(mixer_.SetIntegerValues("Volume", nullptr, 2));
     EXPECT_THAT(tinyalsa_.calls, IsEmpty());
-    // A negative count to set reaches tinyalsa, as a size_t that it refuses.
+    // A negative count to set reaches tinyalsa, as a size_t that it refuses. Bytes go to and from
+    // byte controls only, longs not to IEC958 controls: tinyalsa would copy a long or a 176-byte
+    // block per value, past the end of the buffer.
     EXPECT_FALSE(mixer_.SetByteValues("Blob", bytes, -1));
-    EXPECT_FALSE(mixer_.SetIntegerValues("Volume", values, -1));
     EXPECT_FALSE(mixer_.GetByteValues("Blob", bytes, 5));
-    EXPECT_THAT(tinyalsa_.calls,
-                ElementsAre(Find("Blob"), "mixer_ctl_get_type(Blob)",
-                            "mixer_ctl_set_array(Blob, 18446744073709551615)", Find("Volume"),
-                            "mixer_ctl_get_type(Volume)",
-                            "mixer_ctl_set_array(Volume, 18446744073709551615)", Find("Blob"),
-                            "mixer_ctl_get_type(Blob)", "mixer_ctl_get_array(Blob, 5)"));
-
-    // Bytes go to and from byte controls only, longs not to IEC958 controls: tinyalsa would copy
-    // a long or a 176-byte block per value, past the end of the buffer.
-    tinyalsa_.calls.clear();
     const auto two = std::make_unique<char[]>(2);
     EXPECT_FALSE(mixer_.GetByteValues("Volume", two.get(), 2));
     EXPECT_FALSE(mixer_.SetByteValues("Volume", two.get(), 2));
-    EXPECT_FALSE(mixer_.GetByteValues("Spdif", two.get(), 1));
     EXPECT_FALSE(mixer_.SetIntegerValues("Spdif", values, 1));
-    EXPECT_THAT(tinyalsa_.calls, ElementsAre(Find("Volume"), "mixer_ctl_get_type(Volume)",
-                                             Find("Volume"), "mixer_ctl_get_type(Volume)",
-                                             Find("Spdif"), "mixer_ctl_get_type(Spdif)",
-                                             Find("Spdif"), "mixer_ctl_get_type(Spdif)"));
+    EXPECT_THAT(
+            tinyalsa_.calls,
+            ElementsAre(Find("Blob"), "mixer_ctl_get_type(Blob)",
+                        "mixer_ctl_set_array(Blob, 18446744073709551615)", Find("Blob"),
+                        "mixer_ctl_get_type(Blob)", "mixer_ctl_get_array(Blob, 5)", Find("Volume"),
+                        "mixer_ctl_get_type(Volume)", Find("Volume"), "mixer_ctl_get_type(Volume)",
+                        Find("Spdif"), "mixer_ctl_get_type(Spdif)"));
 
     EXPECT_TRUE(mixer_.GetByteValues("Blob", bytes, 4));
     EXPECT_THAT(bytes, ElementsAre(1, 2, 3, static_cast<char>(200), 0));
@@ -160,20 +147,19 @@ TEST_F(TinyalsaMixerTest, ArrayValues_ReadAndWrittenAndCountsChecked) {
     EXPECT_THAT(mixer_.GetNumberOfValues("Blob"), Optional(4U));
     EXPECT_TRUE(mixer_.SetIntegerValues("Volume", values, 2));
     EXPECT_THAT(volume_.values, ElementsAre(-3, 4));
-}
 
-TEST_F(TinyalsaMixerTest, SetIntegerValue_GoesThroughTheVirtualSetIntegerValues) {
+    // SetIntegerValue goes through the virtual SetIntegerValues.
     struct RecordingMixer : TinyalsaMixer {
         bool SetIntegerValues(std::string_view name, const long* values, int count) override {
-            recorded.push_back(std::string(name) + " " + std::to_string(*values) + " x" +
-                               std::to_string(count));
+            recorded = std::string(name) + " " + std::to_string(*values) + " x" +
+                       std::to_string(count);
             return TinyalsaMixer::SetIntegerValues(name, values, count);
         }
-        std::vector<std::string> recorded;
-    } mixer;
-    ASSERT_TRUE(mixer.Open(0));
-    EXPECT_TRUE(mixer.SetIntegerValue("Volume", 12));
-    EXPECT_THAT(mixer.recorded, ElementsAre("Volume 12 x1"));
+        std::string recorded;
+    } recording;
+    ASSERT_TRUE(recording.Open(0));
+    EXPECT_TRUE(recording.SetIntegerValue("Volume", 12));
+    EXPECT_EQ(recording.recorded, "Volume 12 x1");
     EXPECT_THAT(volume_.values, ElementsAre(12, 0));
 }
 
@@ -189,7 +175,6 @@ TEST_F(TinyalsaMixerTest, Enums_ByTextAndItemsWithoutTextLeftOut) {
     gappy_.values = {1};  // an item without text
     EXPECT_EQ(mixer_.GetEnum("Gappy"), std::nullopt);
     EXPECT_THAT(mixer_.GetEnums("Gappy"), ElementsAre("A", "C"));
-    EXPECT_THAT(mixer_.GetEnums("Route"), ElementsAre("Off", "Speaker", "Headset"));
     // At once, whatever item count tinyalsa reports for a control of another type.
     tinyalsa_.calls.clear();
     EXPECT_THAT(mixer_.GetEnums("Volume"), IsEmpty());
@@ -197,7 +182,6 @@ TEST_F(TinyalsaMixerTest, Enums_ByTextAndItemsWithoutTextLeftOut) {
 
     EXPECT_TRUE(mixer_.SetEnum("Route", "Headset"));
     EXPECT_FALSE(mixer_.SetEnum("Route", "Loud"));
-    EXPECT_FALSE(mixer_.SetEnum("Volume", "Off"));
     EXPECT_THAT(route_.values, ElementsAre(2));
     route_.get_value_result = -EINVAL;
     EXPECT_EQ(mixer_.GetEnum("Route"), std::nullopt);
@@ -209,7 +193,6 @@ TEST_F(TinyalsaMixerTest, UpdateControls_MakesControlsAddedAfterOpenVisible) {
     EXPECT_EQ(mixer_.GetIntegerValue("Late"), std::nullopt);
     card_.add_new_ctls_result = -1;
     EXPECT_FALSE(mixer_.UpdateControls());
-    EXPECT_EQ(mixer_.GetIntegerValue("Late"), std::nullopt);
     card_.add_new_ctls_result.reset();
     EXPECT_TRUE(mixer_.UpdateControls());
     EXPECT_THAT(mixer_.GetIntegerValue("Late"), Optional(9L));
