@@ -18,60 +18,10 @@ namespace {
 
 using aidl::android::hardware::audio::core::StreamDescriptor;
 
-// One module call of a few kinds, so that some runs fold and others do not. Its return value and
-// error code repeat its "id" argument, so that an entry that got another call's shows.
-void LogModuleCall(Logger& logger, int thread, int i) {
-    const int32_t id = (thread + i / 8) % 3;
-    std::vector<Argument> arguments;
-    arguments.emplace_back("id", id);
-    if (i % 3 == 0) arguments.emplace_back("name", thread % 2 == 0 ? "speaker" : "earpiece");
-    PendingEntry call = logger.Begin(
-            LogEntry("IModule", i % 5 == 0 ? "setMode" : "setMasterMute", std::move(arguments)));
-    call.SetReturn(Argument("ret", id));
-    call.SetErrorCode(-id);
-}
-
-// A stream's commands and replies, as its worker logs them: runs of 50 equal commands, and
-// internal errors if `errors`.
-void LogStreamCall(StreamLogger& stream, int i, bool errors) {
-    stream.LogCommand(StreamDescriptor::Command::make<StreamDescriptor::Command::burst>(
-            i % 100 < 50 ? 960 : 1920));
-    if (errors && i % 13 == 0) stream.LogInternalError(StreamLogger::Error::kTransferFailed);
-    StreamDescriptor::Reply reply;
-    reply.observable.frames = i;
-    stream.LogReply(reply);
-}
-
-// Starts every task on its own thread at the same time and waits for all of them.
-void RunTogether(const std::vector<std::function<void()>>& tasks) {
-    std::latch start(static_cast<ptrdiff_t>(tasks.size()));
-    std::vector<std::thread> threads;
-    for (const auto& task : tasks) {
-        threads.emplace_back([&] {
-            start.arrive_and_wait();
-            task();
-        });
-    }
-    for (std::thread& thread : threads) thread.join();
-}
-
-// Dumps the stream in both ways and the logger, if any, in both layouts.
-bool Dumps(Logger* logger, StreamLogger& stream) {
-    std::stringbuf text;
-    dumpsys::DumpsysInfo info;
-    info.stream_buffer = &text;
-    if (logger != nullptr) {
-        logger->Dump(info);
-        logger->DumpDetails(info, false);
-    }
-    stream.Dump(info);
-    return text.str().starts_with("Interaction logger(") &&
-           stream.ToString().starts_with("Interaction logger(");
-}
-
-// Checks that the charge is the sum of the entries' charges and that every entry is closed; returns
-// the calls they hold.
-int64_t CheckedCalls(const Logger& logger) {
+// Checks that the charge is the sum of the entries' charges, that every entry is closed and that
+// every module call's return value and error code are its own (both repeat its "id" argument);
+// returns the calls the entries hold.
+int64_t CheckedCalls(const Logger& logger, bool module) {
     uint64_t bytes = 0;
     int64_t calls = 0;
     logger.ForEachEntry([&](const LogEntry& e) {
@@ -79,6 +29,11 @@ int64_t CheckedCalls(const Logger& logger) {
         calls += e.count;
         EXPECT_GE(e.count, 1);
         EXPECT_GE(e.execution_time, 0);
+        if (!module) return;
+        const int32_t id = std::get<int32_t>(e.arguments.at(0).value);
+        ASSERT_TRUE(e.ret.has_value());
+        EXPECT_EQ(std::get<int32_t>(e.ret->value), id);
+        EXPECT_EQ(e.ecode, -id);
     });
     EXPECT_EQ(logger.GetBytes(), bytes);
     return calls;
@@ -94,27 +49,55 @@ TEST(LoggerStressTest, ProducersDumpsAndResets_StayConsistent) {
         const uint64_t budget = evicting ? 4 * 1024 : 64 * 1024 * 1024;
         Logger logger(budget);
         StreamLogger stream(budget / 2);
-        // Dumps of a history that grows without bound would make the run quadratic.
-        Logger* dumped = evicting ? &logger : nullptr;
         std::atomic<int> running = 5;
+        // Dumps of a history that grows without bound would make the run quadratic.
+        auto dump = [&] {
+            std::stringbuf text;
+            dumpsys::DumpsysInfo info;
+            info.stream_buffer = &text;
+            if (evicting) logger.Dump(info);
+            stream.Dump(info);
+            EXPECT_TRUE(text.str().starts_with("Interaction logger("));
+        };
         std::vector<std::function<void()>> tasks;
         for (int t = 0; t < 4; ++t) {
             tasks.push_back([&, t] {
-                for (int i = 0; i < 2000; ++i) LogModuleCall(logger, t, i);
+                // A few kinds of call, so that some runs fold and others do not.
+                for (int i = 0; i < 2000; ++i) {
+                    const int32_t id = (t + i / 8) % 3;
+                    std::vector<Argument> arguments;
+                    arguments.emplace_back("id", id);
+                    if (i % 3 == 0) arguments.emplace_back("name", t % 2 ? "earpiece" : "speaker");
+                    PendingEntry call = logger.Begin(
+                            LogEntry("IModule", i % 5 == 0 ? "setMode" : "setMasterMute",
+                                     std::move(arguments)));
+                    call.SetReturn(Argument("ret", id));
+                    call.SetErrorCode(-id);
+                }
                 --running;
             });
         }
+        // Runs of 50 equal commands, and internal errors if evicting.
         tasks.push_back([&] {
-            for (int i = 0; i < 3000; ++i) LogStreamCall(stream, i, evicting);
+            for (int i = 0; i < 3000; ++i) {
+                stream.LogCommand(StreamDescriptor::Command::make<StreamDescriptor::Command::burst>(
+                        i % 100 < 50 ? 960 : 1920));
+                if (evicting && i % 13 == 0) {
+                    stream.LogInternalError(StreamLogger::Error::kTransferFailed);
+                }
+                StreamDescriptor::Reply reply;
+                reply.observable.frames = i;
+                stream.LogReply(reply);
+            }
             --running;
         });
         tasks.push_back([&] {
-            while (running > 0) EXPECT_TRUE(Dumps(dumped, stream));
+            while (running > 0) dump();
         });
         tasks.push_back([&] {
             for (int i = 0; running > 0; ++i) {
                 if (!evicting) {
-                    EXPECT_TRUE(Dumps(dumped, stream));
+                    dump();
                     continue;
                 }
                 if (i % 64 == 0) logger.Reset();
@@ -125,19 +108,20 @@ TEST(LoggerStressTest, ProducersDumpsAndResets_StayConsistent) {
                 std::this_thread::yield();
             }
         });
-        RunTogether(tasks);
+        std::latch start(static_cast<ptrdiff_t>(tasks.size()));
+        std::vector<std::thread> threads;
+        for (const auto& task : tasks) {
+            threads.emplace_back([&] {
+                start.arrive_and_wait();
+                task();
+            });
+        }
+        for (std::thread& thread : threads) thread.join();
 
-        const int64_t module_calls = CheckedCalls(logger);
-        const int64_t stream_calls = CheckedCalls(stream.GetLogger());
+        const int64_t module_calls = CheckedCalls(logger, true);
+        const int64_t stream_calls = CheckedCalls(stream.GetLogger(), false);
         EXPECT_LE(logger.GetBytes(), budget);
         EXPECT_LE(stream.GetLogger().GetBytes(), budget / 2);
-        // Every module call's return value and error code are its own.
-        logger.ForEachEntry([](const LogEntry& e) {
-            const int32_t id = std::get<int32_t>(e.arguments.at(0).value);
-            ASSERT_TRUE(e.ret.has_value());
-            EXPECT_EQ(std::get<int32_t>(e.ret->value), id);
-            EXPECT_EQ(e.ecode, -id);
-        });
         if (!evicting) {
             EXPECT_EQ(module_calls, 4 * 2000);
             EXPECT_EQ(stream_calls, 3000);

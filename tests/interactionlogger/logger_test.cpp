@@ -1,12 +1,15 @@
+// Logger, LogEntry and StreamLogger. The text of every layout is compared whole with the golden
+// file tests/data/interactionlogger/dump.txt; AUTL_UPDATE_GOLDEN=1 rewrites it instead.
+
 #include <interactionlogger/logger.h>
 
+#include <android-base/file.h>
 #include <stdlib.h>
 #include <time.h>
 
-#include <latch>
 #include <limits>
+#include <regex>
 #include <sstream>
-#include <thread>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -16,11 +19,10 @@
 namespace vendor::zentro::tevrash::audio::hal::utils::interactionlogger {
 namespace {
 
-using ::testing::HasSubstr;
-using ::testing::IsEmpty;
-using Lines = std::vector<std::string>;
-
-const std::string kRule(142, '=');
+using aidl::android::hardware::audio::core::StreamDescriptor;
+using Command = StreamDescriptor::Command;
+using Reply = StreamDescriptor::Reply;
+using std::chrono::microseconds;
 
 std::vector<Argument> Value(int32_t value) {
     std::vector<Argument> arguments;
@@ -33,29 +35,46 @@ std::vector<Argument> Value(int32_t value) {
 LogEntry Call(std::string_view function, std::vector<Argument> arguments = Value(1),
               int32_t micros = 100) {
     LogEntry entry("android.hardware.audio.core.IModule", function, std::move(arguments));
-    entry.start_time = LogEntry::WallTime(std::chrono::microseconds(1772719629123000));
+    entry.start_time = LogEntry::WallTime(microseconds(1772719629123000));
     entry.execution_time = entry.max_time = entry.min_time = entry.total_time = micros;
     return entry;
 }
 
-// The line of such a call with one argument.
-std::string Line(const char* function, const char* time = "100 us", int value = 1) {
-    return std::string("03-05 14:07:09.123 IModule::") + function +
-           ": args(1): [value: " + std::to_string(value) +
-           "], ret: not set, ecode: 0, time: " + time;
-}
-
 // The detailed layout through Dump, the plain one through DumpDetails.
-Lines DumpLines(Logger& logger, bool with_state, uint32_t indentation = 0,
-                std::vector<std::string_view> filters = {}) {
+std::string DumpText(const Logger& logger, bool with_state, uint32_t indentation = 0,
+                     std::vector<std::string_view> filters = {}) {
     std::stringbuf text;
     dumpsys::DumpsysInfo info(-1, indentation, std::move(filters));
     info.stream_buffer = &text;
-    with_state ? logger.Dump(info) : logger.DumpDetails(info, false);
-    Lines lines;
-    std::istringstream stream(text.str());
-    for (std::string line; std::getline(stream, line);) lines.push_back(line);
+    logger.DumpDetails(info, with_state);
+    return text.str();
+}
+
+// The first line of the plain dump: "Interaction logger(<entries>, <bytes>):".
+std::string Head(const Logger& logger) {
+    const std::string text = DumpText(logger, false);
+    return text.substr(0, text.find('\n'));
+}
+
+// Every entry's line as ToString has it.
+std::vector<std::string> Entries(const Logger& logger) {
+    std::vector<std::string> lines;
+    logger.ForEachEntry([&](const LogEntry& e) { lines.push_back(e.ToString()); });
     return lines;
+}
+
+Argument Parcel(const Command& command, int32_t type = 17) {
+    return Argument::FromParcelable("command", command, static_cast<ArgumentType>(type));
+}
+
+Reply Active(int64_t frames, int32_t xruns = 0) {
+    Reply reply;
+    reply.fmqByteCount = 1920;
+    reply.state = StreamDescriptor::State::ACTIVE;
+    reply.observable = {.frames = frames, .timeNs = frames * 20833};
+    reply.latencyMs = static_cast<int32_t>(frames % 7);
+    reply.xrunFrames = xruns;
+    return reply;
 }
 
 class LoggerTest : public ::testing::Test {
@@ -66,45 +85,105 @@ class LoggerTest : public ::testing::Test {
     }
 };
 
-TEST_F(LoggerTest, Fold_IdenticalCallsAccumulateInTheFirst) {
+TEST_F(LoggerTest, Dump_GoldenText) {
     Logger logger(1 << 20);
-    for (int32_t micros : {100, 300, 20}) {
+    // Every kind of argument. Text is charged by its length and printed up to its first NUL; only
+    // an integer is rendered as an audio mode; parcels are decoded again at every rendering.
+    std::vector<Argument> all;
+    all.emplace_back("mute", true);
+    all.emplace_back("on", false);
+    all.emplace_back("id", -7, ArgumentType::kBool);
+    all.emplace_back("gain", 0.5f);
+    all.emplace_back("name", std::string_view("speaker!", 7));
+    all.emplace_back("nul", std::string("a\0b", 3));
+    all.emplace_back("null", static_cast<const char*>(nullptr));
+    for (const int32_t mode : {0, -1, 2, 7})
+        all.emplace_back("mode", mode, ArgumentType::kAudioMode);
+    all.emplace_back("text", "2").type = ArgumentType::kAudioMode;
+    all.push_back(Parcel(Command::make<Command::burst>(960)));
+    all.push_back(Parcel(Command::make<Command::start>()));
+    all.push_back(Argument::FromParcelable("ret", Reply(), ArgumentType::kStreamDescriptorReply));
+    // Types without a parcelable; a command read as a reply; an empty parcel.
+    for (const int32_t type : {3, 23, 18}) {
+        all.push_back(Parcel(Command::make<Command::burst>(960), type));
+    }
+    all.emplace_back("empty", ndk::ScopedAParcel(AParcel_create()), ArgumentType::kAudioPort);
+    logger.Append(Call("setParameters", std::move(all), 250));
+    // Three identical calls fold into the first.
+    for (const int32_t micros : {100, 300, 20}) {
         logger.Append(Call("setMasterMute", Value(1), micros));
-        EXPECT_EQ(logger.GetBytes(), logger.GetEntryCount() * (192u + 64u));
         logger.FoldContiguousDuplicatedEntry();
     }
-    EXPECT_EQ(
-            DumpLines(logger, false),
-            (Lines{"Interaction logger(1, 256):", kRule,
-                   "03-05 14:07:09.123 IModule::setMasterMute: args(1): [value: 1], ret: not set, "
-                   "ecode: 0, contiguous calls: [count: 3, max: 300 us, min: 20 us, avg: 140 us]",
-                   kRule}));
-    logger.ForEachEntry([](const LogEntry& entry) { EXPECT_EQ(entry.execution_time, 100); });
+    logger.SetAudioMode(2);
+    logger.SetScoEnabled(true);
+    LogEntry* call = logger.Append(Call("setAudioMode", Value(3), 40));
+    call->ret.emplace("ret", false);
+    call->ecode = -38;
+    logger.SetAudioMode(-2);
+    logger.SetScoEnabled(false);
+    logger.SetA2dpSuspended(true);
+    logger.SetLeSuspended(true);
+    // Only the class name's last part is printed; milliseconds are cut, not rounded.
+    call = logger.Append(Call("executing", {}, -1));
+    call->class_name = "a.b.";
+    call->start_time += microseconds(876999);
+    // Folded calls show their statistics; the 32-bit total may have wrapped.
+    call = logger.Append(Call("wrapped", {}, 41));
+    call->class_name = "StreamDescriptor";
+    call->start_time += microseconds(881000);
+    std::tie(call->count, call->max_time, call->min_time, call->total_time) =
+            std::tuple(3, 300, 200, -2147483000);
 
-    // An entry that already counts several calls adds them all. The count stops at INT32_MAX, and
-    // the calls beyond it stay out of the total, so the average stays that of the calls counted.
-    constexpr int32_t kMax = std::numeric_limits<int32_t>::max();
-    const struct {
-        int32_t count, total, last_count, last_total, folded_count, folded_total;
-    } kCases[] = {
-            {5, 500, 3, 30, 8, 530},
-            {kMax - 1, 0, 1, 100, kMax, 100},
-            {kMax, 100, 1, 100, kMax, 100},
-            {kMax - 2, 0, 4, 400, kMax, 200},
-    };
-    for (const auto& c : kCases) {
-        Logger folding(1 << 20);
-        LogEntry* prev = folding.Append(Call("f"));
-        prev->count = c.count;
-        prev->total_time = c.total;
-        LogEntry last = Call("f", Value(1), c.last_total);
-        last.count = c.last_count;
-        folding.Append(std::move(last));
-        folding.FoldContiguousDuplicatedEntry();
-        folding.ForEachEntry([&](const LogEntry& e) {
-            EXPECT_EQ(std::pair(e.count, e.total_time), std::pair(c.folded_count, c.folded_total));
-        });
+    std::string text = DumpText(logger, true, 2, {"AUtl::"}) + DumpText(logger, false);
+    EXPECT_EQ(DumpText(logger, true, 0, {"AUtl::Res"}), "");
+    {
+        autl::test::LogCapture logs;
+        for (const int n : {2, -1}) logger.DumpToLogcat(n);
+        for (const std::string& line : logs.Lines("AUtl::Logger")) text += line + "\n";
     }
+    // Reset empties the history but keeps the state.
+    logger.Reset();
+    text += DumpText(logger, false);
+    logger.Append(Call("afterReset"));
+    text += DumpText(logger, true);
+
+    // A stream's pairs, with the clock's parts as "T" and "N". Without an open command, replies
+    // and errors are ignored; replies that differ only in positions and latency fold; the last
+    // error before the reply wins, one after it is ignored; a command without a reply is closed by
+    // the next command.
+    StreamLogger stream(1 << 20);
+    stream.LogReply(Active(480));
+    stream.LogInternalError(StreamLogger::Error::kTimeout);
+    for (int64_t frames = 480; frames <= 480 * 5; frames += 480) {
+        stream.LogCommand(Command::make<Command::burst>(1920));
+        stream.LogReply(Active(frames));
+    }
+    stream.LogCommand(Command::make<Command::burst>(1920));
+    stream.LogInternalError(StreamLogger::Error::kInvalidState);
+    stream.LogInternalError(StreamLogger::Error::kHardwareFailure);
+    stream.LogReply(Active(480));
+    stream.LogInternalError(StreamLogger::Error::kTimeout);
+    stream.LogCommand(Command::make<Command::start>());
+    stream.LogCommand(Command::make<Command::burst>(1920));
+    std::stringbuf dumped;
+    dumpsys::DumpsysInfo info(-1, 0, {"AUtl::Log"});
+    info.stream_buffer = &dumped;
+    stream.Dump(info);
+    EXPECT_EQ(dumped.str(), stream.ToString());
+    static const std::regex time(R"(\d\d-\d\d \d\d:\d\d:\d\d\.\d\d\d )");
+    static const std::regex micros(R"(\b\d+ us\b)");
+    text += std::regex_replace(std::regex_replace(stream.ToString(), time, "T "), micros, "N us");
+
+    const std::string path =
+#ifdef AUTL_TEST_DATA
+            AUTL_TEST_DATA "/interactionlogger/dump.txt";
+#else
+            android::base::GetExecutableDirectory() + "/tests/data/interactionlogger/dump.txt";
+#endif
+    if (getenv("AUTL_UPDATE_GOLDEN") != nullptr) android::base::WriteStringToFile(text, path);
+    std::string golden;
+    EXPECT_TRUE(android::base::ReadFileToString(path, &golden)) << path;
+    EXPECT_EQ(text, golden);
 }
 
 TEST_F(LoggerTest, Fold_OnlyTheSameClosedCall) {
@@ -153,23 +232,49 @@ TEST_F(LoggerTest, Fold_OnlyTheSameClosedCall) {
         logger.FoldContiguousDuplicatedEntry();
     }
     EXPECT_EQ(logger.GetEntryCount(), 3u);
+
+    // An entry that already counts several calls adds them all. The count stops at INT32_MAX, and
+    // the calls beyond it stay out of the total, so the average stays that of the calls counted.
+    constexpr int32_t kMax = std::numeric_limits<int32_t>::max();
+    const struct {
+        int32_t count, total, last_count, last_total, folded_count, folded_total;
+    } kCases[] = {
+            {5, 500, 3, 30, 8, 530},
+            {kMax - 1, 0, 1, 100, kMax, 100},
+            {kMax, 100, 1, 100, kMax, 100},
+            {kMax - 2, 0, 4, 400, kMax, 200},
+    };
+    for (const auto& c : kCases) {
+        Logger folding(1 << 20);
+        LogEntry* prev = folding.Append(Call("f"));
+        prev->count = c.count;
+        prev->total_time = c.total;
+        LogEntry last = Call("f", Value(1), c.last_total);
+        last.count = c.last_count;
+        folding.Append(std::move(last));
+        folding.FoldContiguousDuplicatedEntry();
+        folding.ForEachEntry([&](const LogEntry& e) {
+            EXPECT_EQ(std::pair(e.count, e.total_time), std::pair(c.folded_count, c.folded_total));
+        });
+    }
 }
 
 TEST_F(LoggerTest, Balance_OldestLeaveForTheNewest) {
     // Every entry costs 192 + 64 = 256 bytes; three fit exactly.
     Logger logger(768);
     for (int i = 0; i < 4; ++i) logger.Append(Call("f", Value(i)));
-    EXPECT_EQ(DumpLines(logger, false),
-              (Lines{"Interaction logger(3, 768):", kRule, Line("f", "100 us", 1),
-                     Line("f", "100 us", 2), Line("f", "100 us", 3), kRule}));
+    EXPECT_EQ(Head(logger), "Interaction logger(3, 768):");
+    EXPECT_THAT(Entries(logger), ::testing::ElementsAre(::testing::HasSubstr("[value: 1]"),
+                                                        ::testing::HasSubstr("[value: 2]"),
+                                                        ::testing::HasSubstr("[value: 3]")));
     // An entry larger than the whole budget empties the history and stays alone until the next
     // append pushes it out.
     std::vector<Argument> big;
     big.emplace_back("blob", std::string(2000, 'x'));
     logger.Append(Call("big", std::move(big)));
-    EXPECT_EQ(DumpLines(logger, false)[0], "Interaction logger(1, 2256):");
+    EXPECT_EQ(Head(logger), "Interaction logger(1, 2256):");
     logger.Append(Call("f"));
-    EXPECT_EQ(DumpLines(logger, false)[0], "Interaction logger(1, 256):");
+    EXPECT_EQ(Head(logger), "Interaction logger(1, 256):");
 
     // Room for two: each round pushes the oldest out and folds the newest away, at every place of
     // the history's storage.
@@ -179,88 +284,17 @@ TEST_F(LoggerTest, Balance_OldestLeaveForTheNewest) {
         two.Append(Call("f", Value(i), i));
         two.FoldContiguousDuplicatedEntry();
         const std::string us = std::to_string(i) + " us";
-        ASSERT_EQ(DumpLines(two, false),
-                  (Lines{"Interaction logger(1, 256):", kRule,
-                         "03-05 14:07:09.123 IModule::f: args(1): [value: " + std::to_string(i) +
-                                 "], ret: not set, ecode: 0, contiguous calls: [count: 2, max: " +
-                                 us + ", min: " + us + ", avg: " + us + "]",
-                         kRule}));
+        ASSERT_EQ(Entries(two),
+                  std::vector<std::string>{
+                          "03-05 14:07:09.123 IModule::f: args(1): [value: " + std::to_string(i) +
+                          "], ret: not set, ecode: 0, contiguous calls: [count: 2, "
+                          "max: " +
+                          us + ", min: " + us + ", avg: " + us + "]"});
+        ASSERT_EQ(two.GetBytes(), 256u);
     }
 }
 
-TEST_F(LoggerTest, Dump_DetailedLayout) {
-    Logger logger(1 << 20);
-    std::vector<Argument> two;
-    two.emplace_back("mute", true);
-    two.emplace_back("id", 7);
-    logger.Append(Call("setMasterMute", std::move(two), 250));
-    logger.SetAudioMode(2);
-    logger.SetScoEnabled(true);
-    std::vector<Argument> mode;
-    mode.emplace_back("mode", 2, ArgumentType::kAudioMode);
-    logger.Append(Call("setAudioMode", std::move(mode), 40));
-    std::vector<Argument> many;
-    for (int i = 0; i < 12; ++i) many.emplace_back("argument", 1000000 + i);
-    logger.Append(Call("f", std::move(many), 5));
-    // Indentation and state columns start every line; long entries continue on further lines.
-    EXPECT_EQ(
-            DumpLines(logger, true, 2, {"AUtl::"}),
-            (Lines{
-                    "  Interaction logger(3, 1536):",
-                    "     -- SCO Enabled",
-                    "    /  -- A2DP Suspended",
-                    "   |  /  -- LE Suspended",
-                    "   | |  /  -- Audio Mode",
-                    "   | | |  /",
-                    "   | | | |",
-                    "  | | | | | " + kRule,
-                    "  | | | | | 03-05 14:07:09.123 IModule::setMasterMute: args(2): [mute: true, "
-                    "id: 7], ret: not set, ecode: 0, time: 250 us",
-                    "  |*| | |2| 03-05 14:07:09.123 IModule::setAudioMode: args(1): [mode: "
-                    "IN_CALL], ret: not set, ecode: 0, time: 40 us",
-                    "  |*| | |2| 03-05 14:07:09.123 IModule::f: args(12): [argument: 1000000, "
-                    "argument: 1000001, argument: 1000002, argument: 1000003, argument: 1000004, ",
-                    "  |*| | |2|     argument: 1000005, argument: 1000006, argument: 1000007, "
-                    "argument: 1000008, argument: 1000009, argument: 1000010, argument: 1000011], "
-                    "ret: not set, ",
-                    "  |*| | |2|     ecode: 0, time: 5 us",
-                    "  " + std::string(152, '='),
-            }));
-    EXPECT_THAT(DumpLines(logger, true, 0, {"AUtl::Res"}), IsEmpty());
-}
-
-TEST_F(LoggerTest, Dump_PlainLayoutAndReset) {
-    Logger logger(1 << 20);
-    logger.SetLeSuspended(true);
-    logger.Append(Call("f", Value(1), 7));
-    logger.Append(Call("g", Value(2), 8));
-    EXPECT_EQ(DumpLines(logger, false, 0, {"AUtl::Log"}),
-              (Lines{"Interaction logger(2, 512):", kRule, Line("f", "7 us"), Line("g", "8 us", 2),
-                     kRule}));
-    EXPECT_THAT(DumpLines(logger, false, 0, {"AUtl::Res"}), IsEmpty());
-    // Reset empties the history but keeps the state.
-    logger.Reset();
-    EXPECT_EQ(DumpLines(logger, false), (Lines{"Interaction logger(0, 0):", kRule, kRule}));
-    logger.Append(Call("f"));
-    logger.ForEachEntry([](const LogEntry& e) { EXPECT_TRUE(e.le_suspended); });
-}
-
-TEST_F(LoggerTest, DumpToLogcat_NewestFirst) {
-    Logger logger(1 << 20);
-    for (const char* function : {"a", "b", "c"}) logger.Append(Call(function));
-    auto head = [](int n) {
-        return "=============== Last " + std::to_string(n) + " calls ================";
-    };
-    const std::string end(46, '=');
-    autl::test::LogCapture logs;
-    for (int n : {10, 2, 0, -1}) logger.DumpToLogcat(n);
-    EXPECT_EQ(logs.Messages("AUtl::Logger"),
-              (Lines{head(10), Line("c"), Line("b"), Line("a"), end, head(2), Line("c"), Line("b"),
-                     end, head(0), end, head(-1), end}));
-    for (const autl::test::LogLine& l : logs.Lines()) EXPECT_EQ(l.severity, android::base::INFO);
-}
-
-TEST_F(LoggerTest, PendingEntry_ClosesAndFolds) {
+TEST_F(LoggerTest, PendingEntry_ClosesFoldsAndOutlivesItsEntry) {
     Logger logger(1 << 20);
     for (int i = 0; i < 3; ++i) {
         PendingEntry call = logger.Begin(LogEntry("IModule", "f", Value(1)));
@@ -268,10 +302,10 @@ TEST_F(LoggerTest, PendingEntry_ClosesAndFolds) {
         call.SetErrorCode(5);
     }
     // The return value is not charged.
-    EXPECT_EQ(DumpLines(logger, false)[0], "Interaction logger(1, 256):");
-    EXPECT_THAT(DumpLines(logger, false)[2],
-                HasSubstr("[value: 1], ret: true, ecode: 5, contiguous calls: [count: 3, max: "));
-
+    EXPECT_EQ(Head(logger), "Interaction logger(1, 256):");
+    EXPECT_THAT(
+            Entries(logger)[0],
+            ::testing::HasSubstr("[value: 1], ret: true, ecode: 5, contiguous calls: [count: 3"));
     auto executing = [&] {
         std::vector<bool> open;
         logger.ForEachEntry([&](const LogEntry& e) { open.push_back(e.execution_time == -1); });
@@ -294,77 +328,67 @@ TEST_F(LoggerTest, PendingEntry_ClosesAndFolds) {
     logger.Begin(LogEntry("IModule", "f")).Close();
     EXPECT_EQ(executing(), (std::vector<bool>{true, false}));
     open.Close();
-    EXPECT_EQ(DumpLines(logger, false)[0], "Interaction logger(1, 192):");
-    EXPECT_THAT(DumpLines(logger, false)[2], HasSubstr("contiguous calls: [count: 3, "));
-}
+    EXPECT_EQ(Head(logger), "Interaction logger(1, 192):");
+    EXPECT_THAT(Entries(logger)[0], ::testing::HasSubstr("contiguous calls: [count: 3, "));
 
-TEST_F(LoggerTest, PendingEntry_EntryGoneIsHarmless) {
-    // Pushed out by the budget: nothing reaches the entry now in the history.
-    Logger logger(300);
-    PendingEntry evicted = logger.Begin(Call("f", Value(1), -1));
-    logger.Append(Call("g", Value(1), -1));
-    evicted.SetReturn(Argument("ret", 1));
-    evicted.SetErrorCode(3);
-    evicted.Close();
-    EXPECT_EQ(DumpLines(logger, false),
-              (Lines{"Interaction logger(1, 256):", kRule, Line("g", "executing"), kRule}));
-
-    // Reset under an open handle.
-    PendingEntry open = logger.Begin(Call("h", Value(1), -1));
-    logger.Reset();
-    logger.Append(Call("i", Value(1), -1));
-    open.SetErrorCode(9);
-    open.Close();
-    EXPECT_EQ(DumpLines(logger, false),
-              (Lines{"Interaction logger(1, 256):", kRule, Line("i", "executing"), kRule}));
-}
-
-// Stalls a dump in its first write, with the logger's mutex held, until released.
-class StalledReader : public std::streambuf {
-  public:
-    std::latch dumping{1};
-    std::latch release{1};
-
-  protected:
-    std::streamsize xsputn(const char*, std::streamsize n) override {
-        if (!stalled_) {
-            stalled_ = true;
-            dumping.count_down();
-            release.wait();
-        }
-        return n;
+    // Pushed out by the budget, or reset away: nothing reaches the entry now in the history.
+    Logger small(300);
+    PendingEntry evicted = small.Begin(Call("f", Value(1), -1));
+    small.Append(Call("g", Value(1), -1));
+    PendingEntry reset = small.Begin(Call("h", Value(1), -1));
+    small.Reset();
+    small.Append(Call("i", Value(1), -1));
+    for (PendingEntry* gone : {&evicted, &reset}) {
+        gone->SetReturn(Argument("ret", 1));
+        gone->SetErrorCode(3);
+        gone->Close();
     }
-    int_type overflow(int_type c) override { return c; }
+    EXPECT_THAT(Entries(small), ::testing::ElementsAre(::testing::EndsWith(
+                                        "IModule::i: args(1): [value: 1], ret: not set, ecode: 0, "
+                                        "time: executing")));
 
-  private:
-    bool stalled_ = false;
-};
+    // The time since the steady start, in microseconds; the statistics start from it.
+    LogEntry entry("IModule", "f", Value(1));
+    entry.steady_start_time -= microseconds(1500);
+    entry.count = 4;
+    entry.SetExecutionTimeMs();
+    EXPECT_GE(entry.execution_time, 1500);
+    EXPECT_LT(entry.execution_time, 60 * 1000 * 1000);
+    EXPECT_EQ(std::tuple(entry.max_time, entry.min_time, entry.total_time, entry.count),
+              std::tuple(entry.execution_time, entry.execution_time, entry.execution_time, 4));
+}
 
-TEST_F(LoggerTest, PendingEntry_TimeIsTheCallsOwnWhileADumpHoldsTheMutex) {
-    using namespace std::chrono_literals;
-    Logger logger(1 << 20);
-    PendingEntry call = logger.Begin(LogEntry("IModule", "f"));
-    StalledReader reader;
-    dumpsys::DumpsysInfo info;
-    info.stream_buffer = &reader;
-    std::thread dumper([&] { logger.Dump(info); });
-    reader.dumping.wait();
-    std::this_thread::sleep_for(2ms);  // the call's own work
-    std::latch closing(1);
-    std::thread producer([&] {
-        closing.count_down();
-        call.Close();
-    });
-    closing.wait();
-    // A reader this slow would add its 100 ms to a time taken under the mutex.
-    std::this_thread::sleep_for(100ms);
-    reader.release.count_down();
-    dumper.join();
-    producer.join();
-    logger.ForEachEntry([](const LogEntry& e) {
-        EXPECT_GE(e.execution_time, 2000);
-        EXPECT_LT(e.execution_time, 100000);
-    });
+TEST_F(LoggerTest, StreamLogger_DifferentPairsDoNotFoldAndOnlyCommandsAreCharged) {
+    using Error = StreamLogger::Error;
+    Reply paused = Active(960, 12);
+    paused.state = StreamDescriptor::State::PAUSED;
+    // Each pair differs from the one before in its command, xruns, error or state; the first two
+    // are the same and fold, and the next command (8 bytes) is written where theirs (12) was.
+    const std::vector<std::tuple<Command, Reply, Error>> pairs = {
+            {Command::make<Command::start>(), Active(0), Error::kNone},
+            {Command::make<Command::start>(), Active(0), Error::kNone},
+            {Command::make<Command::burst>(960), Active(480), Error::kNone},
+            {Command::make<Command::burst>(1920), Active(480), Error::kNone},
+            {Command::make<Command::burst>(1920), Active(960, 12), Error::kNone},
+            {Command::make<Command::burst>(1920), Active(960, 12), Error::kTransferFailed},
+            {Command::make<Command::burst>(1920), paused, Error::kTransferFailed},
+    };
+    StreamLogger logger(1 << 20);
+    for (const auto& [command, reply, error] : pairs) {
+        logger.LogCommand(command);
+        if (error != Error::kNone) logger.LogInternalError(error);
+        logger.LogReply(reply);
+    }
+    EXPECT_EQ(logger.GetLogger().GetEntryCount(), pairs.size() - 1);
+    EXPECT_EQ(logger.GetLogger().GetBytes(), 268u + 5u * 264u);
+
+    // Room for three entries of 192 + 64 + 8 bytes.
+    StreamLogger small(800);
+    for (int32_t bytes = 1; bytes <= 5; ++bytes) {
+        small.LogCommand(Command::make<Command::burst>(bytes));
+        small.LogReply(Active(bytes));
+    }
+    EXPECT_EQ(Head(small.GetLogger()), "Interaction logger(3, 792):");
 }
 
 }  // namespace
