@@ -1,4 +1,5 @@
 #include <dumpsys/dumpsys.h>
+#include <dumpsys/yaml.h>
 
 #include <fcntl.h>
 #include <pthread.h>
@@ -16,47 +17,35 @@ namespace {
 
 using Lines = std::vector<std::string>;
 
-// A record whose text lands in memory.
-struct CapturedInfo {
-    explicit CapturedInfo(uint32_t indentation = 0, std::vector<std::string_view> filters = {})
-        : info(-1, indentation, std::move(filters)) {
-        info.stream_buffer = &text;
-    }
-    std::string str() const { return text.str(); }
+// The text of one line written through a record with `indentation` and `filters`.
+std::string Written(uint32_t indentation, std::vector<std::string_view> filters, const char* title,
+                    std::string_view text) {
+    std::stringbuf written;
+    DumpsysInfo info(-1, indentation, std::move(filters));
+    info.stream_buffer = &written;
+    Dumpsys(info, title) << text;
+    return written.str();
+}
 
-    std::stringbuf text;
-    DumpsysInfo info;
-};
-
-// A datagram-like socket pair: every write() arrives as one message, so reading the messages back
-// tells exactly how many writes a dump made and what each carried.
-class WriteCounter {
-  public:
-    WriteCounter() {
-        EXPECT_EQ(0, socketpair(AF_UNIX, SOCK_SEQPACKET, 0, fds_));
-        EXPECT_EQ(0, fcntl(fds_[1], F_SETFL, O_NONBLOCK));
-    }
-    ~WriteCounter() {
-        close(fds_[0]);
-        close(fds_[1]);
-    }
-    int fd() const { return fds_[0]; }
-    Lines Messages() {
+// A socket pair where every write() arrives as one message: reading the messages back tells
+// exactly how many writes a dump made and what each carried.
+TEST(DumpsysTest, Lines_OneWriteEachToTheDescriptorsOfTheRecordAndItsCopies) {
+    int fds[2];
+    ASSERT_EQ(0, socketpair(AF_UNIX, SOCK_SEQPACKET, 0, fds));
+    ASSERT_EQ(0, fcntl(fds[1], F_SETFL, O_NONBLOCK));
+    auto messages = [&] {
         Lines messages;
         char buffer[4096];
-        for (ssize_t n; (n = recv(fds_[1], buffer, sizeof(buffer), 0)) >= 0;) {
+        for (ssize_t n; (n = recv(fds[1], buffer, sizeof(buffer), 0)) >= 0;) {
             messages.emplace_back(buffer, n);
         }
         return messages;
-    }
-
-  private:
-    int fds_[2];
-};
-
-TEST(DumpsysTest, Line_OneWritePerLine) {
-    WriteCounter counter;
-    DumpsysInfo info(counter.fd(), 2);
+    };
+    const char* args[] = {"AUtl::Logger", nullptr};
+    EXPECT_EQ(DumpsysInfo(fds[0], args, 2).filters,
+              (std::vector<std::string_view>{"AUtl::Logger", ""}));
+    EXPECT_TRUE(DumpsysInfo(fds[0], nullptr, 3).filters.empty());
+    DumpsysInfo info(fds[0], 2, {"AUtl::Log"});
     Dumpsys(info, "AUtl::Logger") << "count: " << 3 << ", mute: " << true;
     {
         Dumpsys line(info, "AUtl::Logger");
@@ -64,81 +53,71 @@ TEST(DumpsysTest, Line_OneWritePerLine) {
         line << 'b' << std::hex << 255;
     }
     Dumpsys(info, nullptr);
-    // A newline inside the text is written as it stands.
-    Dumpsys(info, "t") << "a\nb";
-    EXPECT_EQ(counter.Messages(),
-              (Lines{"  count: 3, mute: true\n", "  abff\n", "  \n", "  a\nb\n"}));
+    // A newline inside the text is written as it stands; a null text fails the line's stream,
+    // which then takes nothing more, not even the newline.
+    Dumpsys(info, "AUtl::Resources") << "filtered";
+    Dumpsys(info, "") << "a\nb" << std::string(300, 'c');
+    Dumpsys(info, nullptr) << "d" << static_cast<const char*>(nullptr) << "e";
+    EXPECT_EQ(messages(), (Lines{"  count: 3, mute: true\n", "  abff\n", "  \n",
+                                 "  a\nb" + std::string(300, 'c') + "\n", "  d"}));
 
     // The record's buffer: a single character is one write too; a closed descriptor takes nothing.
     info.fd_buffer.sputc('z');
-    EXPECT_EQ(counter.Messages(), Lines{"z"});
-    internal::FileDescriptorStreamBuffer closed(-1);
-    EXPECT_EQ(closed.sputn("abc", 3), 0);
-    // Without a stream buffer nothing is written and nothing fails.
-    info.stream_buffer = nullptr;
-    Dumpsys(info, "t") << "dropped" << 1 << true;
-    Dumpsys::SplitInternal(info, std::string(400, 'x'), true, "P: ");
-}
-
-TEST(DumpsysTest, IndentationAndFilters) {
-    for (const auto& [indentation, spaces] :
-         std::vector<std::pair<uint32_t, size_t>>{{0, 0}, {3, 3}, {44, 44}, {45, 44}, {1000, 44}}) {
-        CapturedInfo captured(indentation);
-        Dumpsys(captured.info, "t") << "x";
-        EXPECT_EQ(captured.str(), std::string(spaces, ' ') + "x\n") << indentation;
-    }
-
-    // A line is written when there are no filters, its title is empty or a filter is a prefix of
-    // its title.
-    struct Case {
-        std::vector<std::string_view> filters;
-        const char* title;
-        bool written;
-    };
-    const std::vector<Case> cases = {
-            {{}, "AUtl::Resources", true},
-            {{"AUtl::Log"}, "AUtl::Logger", true},
-            {{"AUtl::Log"}, "AUtl::Resources", false},
-            {{"AUtl::Log"}, "AUtl", false},
-            {{"AUtl::Log"}, nullptr, true},
-            {{"AUtl::Log"}, "", true},
-            {{"AUtl::Res", "AUtl::Log"}, "AUtl::Logger", true},
-            {{"autl::log"}, "AUtl::Logger", false},
-            {{""}, "AUtl::Logger", true},
-    };
-    for (const Case& c : cases) {
-        CapturedInfo captured(0, c.filters);
-        Dumpsys(captured.info, c.title) << "x";
-        EXPECT_EQ(captured.str(), c.written ? "x\n" : "") << (c.title ? c.title : "(null)");
-    }
-}
-
-TEST(DumpsysTest, DumpsysInfo_FromDumpRequestAndCopies) {
-    const char* args[] = {"AUtl::Logger", "AUtl::Res"};
-    DumpsysInfo request(7, args, 2);
-    EXPECT_EQ(request.filters, (std::vector<std::string_view>{"AUtl::Logger", "AUtl::Res"}));
-    EXPECT_TRUE(DumpsysInfo(7, nullptr, 0).filters.empty());
+    EXPECT_EQ(messages(), Lines{"z"});
+    EXPECT_EQ(internal::FileDescriptorStreamBuffer(-1).sputn("abc", 3), 0);
 
     // Copies and assignments write where the original writes: to the same descriptor through
     // their own buffer, or to the same stream buffer.
-    WriteCounter counter;
-    CapturedInfo captured;
-    DumpsysInfo info(counter.fd(), 1, {"AUtl::Log"});
+    std::stringbuf text;
+    DumpsysInfo in_memory;
+    in_memory.stream_buffer = &text;
     DumpsysInfo copied(info);
-    DumpsysInfo copied_from_memory(captured.info);
+    DumpsysInfo copied_from_memory(in_memory);
     DumpsysInfo assigned;
     DumpsysInfo assigned_from_memory;
     assigned = info;
-    assigned_from_memory = captured.info;
+    assigned_from_memory = in_memory;
     info.fd_buffer.fd = -1;
-    copied.indentation += 2;
+    copied.indentation += 1;
     Dumpsys(copied, "AUtl::Logger") << "copied";
     Dumpsys(copied, "AUtl::Resources") << "filtered";
     Dumpsys(assigned, "AUtl::Logger") << "assigned";
     Dumpsys(copied_from_memory, "t") << "a";
     Dumpsys(assigned_from_memory, "t") << "b";
-    EXPECT_EQ(counter.Messages(), (Lines{"   copied\n", " assigned\n"}));
-    EXPECT_EQ(captured.str(), "a\nb\n");
+    EXPECT_EQ(messages(), (Lines{"   copied\n", "  assigned\n"}));
+    EXPECT_EQ(text.str(), "a\nb\n");
+    // Without a stream buffer nothing is written and nothing fails.
+    info.stream_buffer = nullptr;
+    Dumpsys(info, "t") << "dropped" << 1 << true;
+    close(fds[0]);
+    close(fds[1]);
+}
+
+TEST(DumpsysTest, IndentationAndFilters) {
+    for (const auto& [indentation, spaces] :
+         std::vector<std::pair<uint32_t, size_t>>{{0, 0}, {3, 3}, {44, 44}, {45, 44}, {1000, 44}}) {
+        EXPECT_EQ(Written(indentation, {}, "t", "x"), std::string(spaces, ' ') + "x\n");
+    }
+    // A line is written when there are no filters, its title is empty or a filter is a prefix of
+    // its title.
+    const struct {
+        std::vector<std::string_view> filters;
+        const char* title;
+        bool written;
+    } cases[] = {
+            {{}, "AUtl::Resources", true},
+            {{"AUtl::Log"}, "AUtl::Logger", true},
+            {{"AUtl::Log"}, "AUtl::Resources", false},
+            {{"AUtl::Log"}, "AUtl", false},
+            {{"AUtl::Log"}, nullptr, true},
+            {{"AUtl::Res", "AUtl::Log"}, "AUtl::Logger", true},
+            {{"autl::log"}, "AUtl::Logger", false},
+            {{""}, "AUtl::Logger", true},
+    };
+    for (const auto& c : cases) {
+        EXPECT_EQ(Written(0, c.filters, c.title, "x"), c.written ? "x\n" : "")
+                << (c.title ? c.title : "(null)");
+    }
 }
 
 // Lines into a pipe whose reader is gone, inside nested scopes and after them, with SIGPIPE's
@@ -191,12 +170,79 @@ TEST(DumpsysTest, SplitInternal) {
     };
     for (const auto& [text, expected] : cases) {
         // Split lines carry no title, so filters never hold them back.
-        CapturedInfo captured(2, {"AUtl::Res"});
-        Dumpsys::SplitInternal(captured.info, text, true, "P: ");
+        std::stringbuf written;
+        DumpsysInfo info(-1, 2, {"AUtl::Res"});
+        info.stream_buffer = &written;
+        Dumpsys::SplitInternal(info, text, true, "P: ");
         std::string lines;
         for (const std::string& line : expected) lines += "  P: " + line + "\n";
-        EXPECT_EQ(captured.str(), lines);
+        EXPECT_EQ(written.str(), lines);
     }
+}
+
+YamlMapping Mapping(std::initializer_list<std::pair<const char*, const char*>> entries) {
+    YamlMapping mapping;
+    for (const auto& [key, value] : entries) mapping.Put(key, value);
+    return mapping;
+}
+
+TEST(YamlTest, MappingFlowAndBlock) {
+    const std::vector<std::tuple<YamlMapping, std::string, std::string>> cases = {
+            {Mapping({}), "{}", ""},
+            {Mapping({{"rate", "48000"}, {"format", "PCM"}}), "{rate: 48000, format: PCM}",
+             "rate: 48000\nformat: PCM"},
+            // A value that begins with a newline is a nested block and forces block style; a
+            // nested sequence's items stay at the key's column.
+            {Mapping({{"name", "x"}, {"config", "\nchannels: 2\nbits: 16"}, {"list", "\n- a\n- b"}}),
+             "name: x\nconfig:\n  channels: 2\n  bits: 16\nlist:\n- a\n- b",
+             "name: x\nconfig:\n  channels: 2\n  bits: 16\nlist:\n- a\n- b"},
+            // Other newlines do not; further lines of a value are indented.
+            {Mapping({{"note", "one\ntwo"}}), "{note: one\n  two}", "note: one\n  two"},
+            {Mapping({{"", "x"}}), "{ x}", " x"},
+            // One trailing newline goes; an empty value adds nothing.
+            {Mapping({{"a", "abc\n"}, {"b", "abc\n\n"}, {"c", ""}, {"d", "\n"}, {"a", "again"}}),
+             "{a: abc, b: abc, a: again}", "a: abc\nb: abc\na: again"},
+    };
+    for (const auto& [mapping, flow, block] : cases) {
+        EXPECT_EQ(mapping.ToString(false), flow);
+        EXPECT_EQ(mapping.ToString(true), block);
+    }
+    YamlMapping mapping;
+    EXPECT_TRUE(mapping.Put("a", std::string("abc\n")));
+    EXPECT_FALSE(mapping.Put("d", "\n"));
+}
+
+TEST(YamlTest, SequenceAndNonTextValues) {
+    EXPECT_EQ(YamlSequence().ToString(false), "[]");
+    EXPECT_EQ(YamlSequence().ToString(true), "[]");
+    YamlSequence items;
+    items.Append("x\ny");
+    items.Append(std::string());
+    items.Append(true);
+    items.Append(2);
+    EXPECT_EQ(items.ToString(false), "[x\ny, , true, 2]");
+    EXPECT_EQ(items.ToString(true), "- x\n  y\n- \n- true\n- 2");
+
+    // Nested nodes are rendered in block style; numbers in decimal.
+    YamlMapping inner;
+    inner.Put("on", true);
+    inner.Put("gain", -3);
+    inner.Put("frames", uint64_t{18446744073709551615u});
+    inner.Put("ratio", 0.5);
+    YamlSequence streams;
+    streams.Append(inner);
+    streams.Append(YamlSequence());
+    YamlMapping outer;
+    outer.Put("inner", inner);
+    outer.Put("items", items);
+    outer.Put("streams", streams);
+    outer.Put("off", false);
+    EXPECT_EQ(outer.ToString(false),
+              "inner:\n  on: true\n  gain: -3\n  frames: 18446744073709551615\n  ratio: 0.5\n"
+              "items:\n- x\n  y\n- \n- true\n- 2\n"
+              "streams:\n- on: true\n  gain: -3\n  frames: 18446744073709551615\n  ratio: 0.5\n"
+              "- []\n"
+              "off: false");
 }
 
 }  // namespace

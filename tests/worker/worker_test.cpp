@@ -1,6 +1,6 @@
 #include <worker/worker.h>
 
-#include <pthread.h>
+#include <android-base/file.h>
 #include <sys/resource.h>
 #include <unistd.h>
 
@@ -28,21 +28,16 @@ using testing::ElementsAre;
 // holding it is freed, but not when a stack frame ends, so a worker's mutex on the stack would be
 // taken for whatever mutex later sits at the same address, and the lock orders of the two mixed.
 
-// A worker whose DoWork records where and how it runs ("<tid> <nice> <thread name>"), then waits
-// until the test lets it return (Allow) or Stop wakes it up.
+// A worker whose DoWork records the thread it runs on and that thread's nice value, then waits
+// until Stop wakes it up.
 class GatedWorker : public Worker {
   public:
     explicit GatedWorker(std::string name, int32_t priority = 0)
         : Worker(std::move(name), priority) {}
     ~GatedWorker() override { Stop(); }
 
-    void Allow(int n) {
-        std::lock_guard lock(mutex_);
-        allowed_ += n;
-        changed_.notify_all();
-    }
-    // Waits until DoWork has been entered `n` times in all, and returns what each call recorded.
-    std::vector<std::string> WaitForCalls(size_t n) {
+    // Waits until DoWork has been entered `n` times in all; returns the calls' (tid, nice).
+    std::vector<std::pair<pid_t, int>> WaitForCalls(size_t n) {
         std::unique_lock lock(mutex_);
         changed_.wait(lock, [&] { return calls_.size() >= n; });
         return calls_;
@@ -50,19 +45,11 @@ class GatedWorker : public Worker {
 
   protected:
     void DoWork() override {
-        char name[16] = {};
-        pthread_getname_np(pthread_self(), name, sizeof(name));
         std::unique_lock lock(mutex_);
-        calls_.push_back(std::to_string(gettid()) + " " +
-                         std::to_string(getpriority(PRIO_PROCESS, 0)) + " " + name);
+        calls_.emplace_back(gettid(), getpriority(PRIO_PROCESS, 0));
         changed_.notify_all();
-        changed_.wait(lock, [this] { return allowed_ > 0 || woken_; });
-        // A wake-up ends one wait only, so that a restarted worker waits again.
-        if (woken_) {
-            woken_ = false;
-        } else {
-            --allowed_;
-        }
+        changed_.wait(lock, [this] { return woken_; });
+        woken_ = false;  // a restarted worker waits again
     }
     void WakeUp() override {
         std::lock_guard lock(mutex_);
@@ -73,8 +60,7 @@ class GatedWorker : public Worker {
   private:
     std::mutex mutex_;
     std::condition_variable changed_;
-    std::vector<std::string> calls_;
-    int allowed_ = 0;
+    std::vector<std::pair<pid_t, int>> calls_;
     bool woken_ = false;
 };
 
@@ -91,11 +77,10 @@ TEST(WorkerTest, StartStopRestart_FreshThreadEachTimeAndLogLines) {
     EXPECT_TRUE(worker->Stop());
     EXPECT_FALSE(worker->Stop());
     ASSERT_TRUE(worker->Start());
-    const std::vector<std::string> calls = worker->WaitForCalls(2);
+    const auto calls = worker->WaitForCalls(2);
     ASSERT_TRUE(worker->Stop());
-    const std::string caller = std::to_string(gettid()) + " ";
-    EXPECT_FALSE(calls[0].starts_with(caller));
-    EXPECT_NE(calls[1].substr(0, calls[1].find(' ')), calls[0].substr(0, calls[0].find(' ')));
+    EXPECT_NE(calls[0].first, gettid());
+    EXPECT_NE(calls[1].first, calls[0].first);
     worker.reset();  // its destructor's Stop finds it stopped; ~Worker stays quiet
     EXPECT_THAT(logs.Lines("AUtl::Worker"),
                 ElementsAre("V Stop: stop poll", "W Stop: poll hasn't been started yet",
@@ -107,8 +92,8 @@ TEST(WorkerTest, StartStopRestart_FreshThreadEachTimeAndLogLines) {
                             "V Stop: stop poll", "W Stop: poll hasn't been started yet"));
 }
 
-// The name is given once Start has the thread running, so the second call sees it; the nice value
-// is in place before the first, and the caller's stays.
+// The name (cut to what the system takes) and the nice value are the worker thread's, in place when
+// Start returns and before the first DoWork; the caller's stay.
 TEST(WorkerTest, ThreadNameAndNice_AppliedToTheWorkerThreadOnly) {
     const int nice = getpriority(PRIO_PROCESS, 0);
     for (const auto& [name, thread_name] :
@@ -116,13 +101,13 @@ TEST(WorkerTest, ThreadNameAndNice_AppliedToTheWorkerThreadOnly) {
           std::pair("a_much_longer_worker_name", "a_much_longer_w")}) {
         auto worker = std::make_unique<GatedWorker>(name, nice + 7);
         ASSERT_TRUE(worker->Start());
-        worker->Allow(1);
-        const std::vector<std::string> calls = worker->WaitForCalls(2);
-        ASSERT_TRUE(worker->Stop());
-        const std::string niced = " " + std::to_string(nice + 7) + " ";
-        EXPECT_TRUE(calls[0].find(niced) != std::string::npos) << calls[0];
-        EXPECT_TRUE(calls[1].ends_with(niced + thread_name)) << calls[1];
+        const auto [tid, worker_nice] = worker->WaitForCalls(1)[0];
+        std::string comm;
+        android::base::ReadFileToString("/proc/self/task/" + std::to_string(tid) + "/comm", &comm);
+        EXPECT_EQ(comm, std::string(thread_name) + "\n");
+        EXPECT_EQ(worker_nice, nice + 7);
         EXPECT_EQ(getpriority(PRIO_PROCESS, 0), nice);
+        ASSERT_TRUE(worker->Stop());
     }
 }
 
