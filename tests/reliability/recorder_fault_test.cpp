@@ -1,10 +1,14 @@
 // Recorders whose file, or whole folder, disappears in the middle of a recording, as when the
 // capture folder is wiped while a stream runs: every call keeps the result each recorder promises,
-// nothing crashes, and a recording started once the folder is back works as usual.
+// nothing crashes, and a recording started once the folder is back works as usual. And a WAV
+// recording that fills the disk in the middle of a chunk: the header, written first, counts the
+// chunk, so the file stays playable up to its end, as after a crash in the middle of a Record.
 
 #include <recorder/raw_recorder.h>
 
 #include <android-base/file.h>
+#include <signal.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -81,6 +85,26 @@ TEST(RecorderFaultTest, FileOrFolderDisappearsMidRecording_ResultsStayAsPromised
         std::filesystem::remove_all(folder);
     }
     umask(umask_before);
+}
+
+TEST(RecorderFaultTest, DiskFullMidChunk_TheHeaderCountsTheChunk) {
+    TemporaryDir dir;
+    WaveRecorder recorder(dir.path, "wav", 2, 48000, PcmType::INT_16_BIT);
+    recorder.Start();
+    std::string chunk(100, 'x');
+    EXPECT_EQ(recorder.Record(chunk.data(), 100), 100);
+    const sighandler_t sigxfsz = signal(SIGXFSZ, SIG_IGN);
+    rlimit limit = {};
+    ASSERT_EQ(getrlimit(RLIMIT_FSIZE, &limit), 0);
+    const rlimit previous = limit;
+    limit.rlim_cur = 44 + 150;
+    ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &limit), 0);
+    EXPECT_EQ(recorder.Record(chunk.data(), 100), 100);
+    ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &previous), 0);
+    signal(SIGXFSZ, sigxfsz);
+    const std::string file = Read(recorder.GetPath());
+    EXPECT_EQ(file.size(), 44u + 150u);
+    EXPECT_EQ(file.substr(40, 4), std::string("\xc8\0\0\0", 4));  // 200 bytes of data
 }
 
 }  // namespace
