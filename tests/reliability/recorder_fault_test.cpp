@@ -1,8 +1,7 @@
 // Recorders whose file, or whole folder, disappears in the middle of a recording, as when the
 // capture folder is wiped while a stream runs: every call keeps the result each recorder promises,
-// nothing crashes, and a recording started once the folder is back works as usual. And a WAV
-// recording that fills the disk in the middle of a chunk: the header, written first, counts the
-// chunk, so the file stays playable up to its end, as after a crash in the middle of a Record.
+// nothing crashes, and a recording started once the folder is back works as usual. And a process
+// killed in the middle of a WAV chunk.
 
 #include <recorder/raw_recorder.h>
 
@@ -87,21 +86,25 @@ TEST(RecorderFaultTest, FileOrFolderDisappearsMidRecording_ResultsStayAsPromised
     umask(umask_before);
 }
 
-TEST(RecorderFaultTest, DiskFullMidChunk_TheHeaderCountsTheChunk) {
+// Killed in the middle of a chunk, here by the file size limit, a WAV recording leaves a header
+// that counts all the data on disk and the chunk in flight: the header goes first.
+TEST(RecorderFaultTest, KilledMidChunk_TheHeaderCountsTheChunkInFlight) {
     TemporaryDir dir;
     WaveRecorder recorder(dir.path, "wav", 2, 48000, PcmType::INT_16_BIT);
     recorder.Start();
     std::string chunk(100, 'x');
     EXPECT_EQ(recorder.Record(chunk.data(), 100), 100);
-    const sighandler_t sigxfsz = signal(SIGXFSZ, SIG_IGN);
-    rlimit limit = {};
-    ASSERT_EQ(getrlimit(RLIMIT_FSIZE, &limit), 0);
-    const rlimit previous = limit;
-    limit.rlim_cur = 44 + 150;
-    ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &limit), 0);
-    EXPECT_EQ(recorder.Record(chunk.data(), 100), 100);
-    ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &previous), 0);
-    signal(SIGXFSZ, sigxfsz);
+    EXPECT_EXIT(
+            {
+                signal(SIGXFSZ, SIG_DFL);
+                rlimit limit = {};
+                getrlimit(RLIMIT_FSIZE, &limit);
+                limit.rlim_cur = 44 + 150;
+                setrlimit(RLIMIT_FSIZE, &limit);
+                recorder.Record(chunk.data(), 100);
+                _exit(0);
+            },
+            testing::KilledBySignal(SIGXFSZ), "");
     const std::string file = Read(recorder.GetPath());
     EXPECT_EQ(file.size(), 44u + 150u);
     EXPECT_EQ(file.substr(40, 4), std::string("\xc8\0\0\0", 4));  // 200 bytes of data
