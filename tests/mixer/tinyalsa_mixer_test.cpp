@@ -63,6 +63,8 @@ class TinyalsaMixerTest : public ::testing::Test {
 };
 
 TEST_F(TinyalsaMixerTest, OpenAndClose_EachCardNumberOnceAndNothingWhileClosed) {
+    EXPECT_FALSE(TinyalsaMixer().Open(-1));  // no call: "no card yet"
+    EXPECT_TRUE(TinyalsaMixer().Open(1));
     {
         TinyalsaMixer mixer;
         EXPECT_FALSE(mixer.Open(5));  // no such card
@@ -77,8 +79,9 @@ TEST_F(TinyalsaMixerTest, OpenAndClose_EachCardNumberOnceAndNothingWhileClosed) 
         EXPECT_EQ(mixer.GetName(), std::nullopt);
     }  // the destructor closes
     EXPECT_THAT(tinyalsa_.calls,
-                ElementsAre("mixer_open(5)", "mixer_open(0)", "mixer_get_name(0)", "mixer_close(0)",
-                            "mixer_open(1)", "mixer_get_name(1)", "mixer_close(1)"));
+                ElementsAre("mixer_open(1)", "mixer_close(1)", "mixer_open(5)", "mixer_open(0)",
+                            "mixer_get_name(0)", "mixer_close(0)", "mixer_open(1)",
+                            "mixer_get_name(1)", "mixer_close(1)"));
 
     Open();
     ExpectEveryOperationFails("Missing");
@@ -163,7 +166,7 @@ TEST_F(TinyalsaMixerTest, ArrayValues_ReadAndWrittenAndCountsChecked) {
     EXPECT_THAT(volume_.values, ElementsAre(12, 0));
 }
 
-TEST_F(TinyalsaMixerTest, Enums_ByTextAndItemsWithoutTextLeftOut) {
+TEST_F(TinyalsaMixerTest, EnumsAndUpdates_ByTextItemsWithoutTextLeftOut) {
     Open();
     const std::optional<std::string_view> text = mixer_.GetEnum("Route");
     ASSERT_THAT(text, Optional(std::string_view("Speaker")));
@@ -185,14 +188,12 @@ TEST_F(TinyalsaMixerTest, Enums_ByTextAndItemsWithoutTextLeftOut) {
     EXPECT_THAT(route_.values, ElementsAre(2));
     route_.get_value_result = -EINVAL;
     EXPECT_EQ(mixer_.GetEnum("Route"), std::nullopt);
-}
 
-TEST_F(TinyalsaMixerTest, UpdateControls_MakesControlsAddedAfterOpenVisible) {
-    Open();
+    // Controls added after Open are found once UpdateControls succeeds.
     card_.controls.push_back({"Late", MIXER_CTL_TYPE_INT, {9}});
-    EXPECT_EQ(mixer_.GetIntegerValue("Late"), std::nullopt);
     card_.add_new_ctls_result = -1;
     EXPECT_FALSE(mixer_.UpdateControls());
+    EXPECT_EQ(mixer_.GetIntegerValue("Late"), std::nullopt);
     card_.add_new_ctls_result.reset();
     EXPECT_TRUE(mixer_.UpdateControls());
     EXPECT_THAT(mixer_.GetIntegerValue("Late"), Optional(9L));
