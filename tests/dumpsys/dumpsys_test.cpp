@@ -12,6 +12,8 @@
 
 #include <gtest/gtest.h>
 
+#include "golden.h"
+
 namespace vendor::zentro::tevrash::audio::hal::utils::dumpsys {
 namespace {
 
@@ -150,80 +152,54 @@ TEST(DumpsysTest, ScopedSigpipeBlock_WritesWithoutReaderLeaveNoTrace) {
     EXPECT_EQ(sigismember(&pending, SIGPIPE), 0);
 }
 
-// Every case is split with prefix "P: " at indentation 2, which start every line.
-TEST(DumpsysTest, SplitInternal) {
+// Split lines and YAML documents, compared whole with tests/data/dumpsys/render.txt.
+TEST(DumpsysTest, SplitAndYaml_GoldenText) {
+    std::stringbuf written;
+    // Split lines carry no title, so filters never hold them back.
+    DumpsysInfo info(-1, 2, {"AUtl::Res"});
+    info.stream_buffer = &written;
     auto s = [](size_t n, char c) { return std::string(n, c); };
-    const std::vector<std::pair<std::string, Lines>> cases = {
-            {s(150, 'a'), {s(150, 'a')}},
-            {s(150, 'a') + "b", {s(150, 'a'), "    b"}},
-            // Continuation lines hold at most 146 characters after their four spaces.
-            {s(297, 'c'), {s(150, 'c'), "    " + s(146, 'c'), "    c"}},
-            // ", " at characters 151 and 152: still in range, so the cut falls after the space.
-            {s(150, 'a') + ", z", {s(150, 'a') + ", ", "    z"}},
-            // The comma is the 152nd character but its space the 153rd: a hard cut.
-            {s(151, 'a') + ", z", {s(150, 'a'), "    a, z"}},
-            // The last of several pairs in range wins.
-            {"a, " + s(100, 'b') + ", " + s(60, 'c'),
-             {"a, " + s(100, 'b') + ", ", "    " + s(60, 'c')}},
-            // An empty remainder still gets its own continuation line.
-            {s(150, 'a') + ", ", {s(150, 'a') + ", ", "    "}},
-    };
-    for (const auto& [text, expected] : cases) {
-        // Split lines carry no title, so filters never hold them back.
-        std::stringbuf written;
-        DumpsysInfo info(-1, 2, {"AUtl::Res"});
-        info.stream_buffer = &written;
+    for (const std::string& text : {
+                 s(150, 'a'),
+                 s(150, 'a') + "b",
+                 // Continuation lines hold at most 146 characters after their four spaces.
+                 s(297, 'c'),
+                 // ", " at characters 151 and 152: still in range, so the cut falls after the space.
+                 s(150, 'a') + ", z",
+                 // The comma is the 152nd character but its space the 153rd: a hard cut.
+                 s(151, 'a') + ", z",
+                 // The last of several pairs in range wins.
+                 "a, " + s(100, 'b') + ", " + s(60, 'c'),
+                 // An empty remainder still gets its own continuation line.
+                 s(150, 'a') + ", ",
+         }) {
         Dumpsys::SplitInternal(info, text, true, "P: ");
-        std::string lines;
-        for (const std::string& line : expected) lines += "  P: " + line + "\n";
-        EXPECT_EQ(written.str(), lines);
     }
-}
+    std::string text = written.str();
 
-YamlMapping Mapping(std::initializer_list<std::pair<const char*, const char*>> entries) {
-    YamlMapping mapping;
-    for (const auto& [key, value] : entries) mapping.Put(key, value);
-    return mapping;
-}
-
-TEST(YamlTest, MappingFlowAndBlock) {
-    const std::vector<std::tuple<YamlMapping, std::string, std::string>> cases = {
-            {Mapping({}), "{}", ""},
-            {Mapping({{"rate", "48000"}, {"format", "PCM"}}), "{rate: 48000, format: PCM}",
-             "rate: 48000\nformat: PCM"},
-            // A value that begins with a newline is a nested block and forces block style; a
-            // nested sequence's items stay at the key's column.
-            {Mapping({{"name", "x"}, {"config", "\nchannels: 2\nbits: 16"}, {"list", "\n- a\n- b"}}),
-             "name: x\nconfig:\n  channels: 2\n  bits: 16\nlist:\n- a\n- b",
-             "name: x\nconfig:\n  channels: 2\n  bits: 16\nlist:\n- a\n- b"},
-            // Other newlines do not; further lines of a value are indented.
-            {Mapping({{"note", "one\ntwo"}}), "{note: one\n  two}", "note: one\n  two"},
-            {Mapping({{"", "x"}}), "{ x}", " x"},
-            // One trailing newline goes; an empty value adds nothing.
-            {Mapping({{"a", "abc\n"}, {"b", "abc\n\n"}, {"c", ""}, {"d", "\n"}, {"a", "again"}}),
-             "{a: abc, b: abc, a: again}", "a: abc\nb: abc\na: again"},
-    };
-    for (const auto& [mapping, flow, block] : cases) {
-        EXPECT_EQ(mapping.ToString(false), flow);
-        EXPECT_EQ(mapping.ToString(true), block);
-    }
-    YamlMapping mapping;
-    EXPECT_TRUE(mapping.Put("a", std::string("abc\n")));
-    EXPECT_FALSE(mapping.Put("d", "\n"));
-}
-
-TEST(YamlTest, SequenceAndNonTextValues) {
-    EXPECT_EQ(YamlSequence().ToString(false), "[]");
-    EXPECT_EQ(YamlSequence().ToString(true), "[]");
+    // Each mapping in flow and in block style. A value that begins with a newline is a nested
+    // block and forces block style, where a nested sequence's items stay at the key's column; other
+    // newlines do not, and further lines of a value are indented. One trailing newline goes; an
+    // empty value adds nothing.
+    std::vector<YamlMapping> mappings(6);
+    mappings[1].Put("rate", "48000");
+    mappings[1].Put("format", "PCM");
+    mappings[2].Put("name", "x");
+    mappings[2].Put("config", "\nchannels: 2\nbits: 16");
+    mappings[2].Put("list", "\n- a\n- b");
+    mappings[3].Put("note", "one\ntwo");
+    mappings[4].Put("", "x");
+    EXPECT_TRUE(mappings[5].Put("a", std::string("abc\n")));
+    mappings[5].Put("b", "abc\n\n");
+    EXPECT_FALSE(mappings[5].Put("c", ""));
+    EXPECT_FALSE(mappings[5].Put("d", "\n"));
+    mappings[5].Put("a", "again");
+    // Sequences, and nested nodes, rendered in block style; numbers in decimal.
     YamlSequence items;
     items.Append("x\ny");
     items.Append(std::string());
     items.Append(true);
     items.Append(2);
-    EXPECT_EQ(items.ToString(false), "[x\ny, , true, 2]");
-    EXPECT_EQ(items.ToString(true), "- x\n  y\n- \n- true\n- 2");
-
-    // Nested nodes are rendered in block style; numbers in decimal.
     YamlMapping inner;
     inner.Put("on", true);
     inner.Put("gain", -3);
@@ -232,17 +208,18 @@ TEST(YamlTest, SequenceAndNonTextValues) {
     YamlSequence streams;
     streams.Append(inner);
     streams.Append(YamlSequence());
-    YamlMapping outer;
+    YamlMapping& outer = mappings.emplace_back();
     outer.Put("inner", inner);
     outer.Put("items", items);
     outer.Put("streams", streams);
     outer.Put("off", false);
-    EXPECT_EQ(outer.ToString(false),
-              "inner:\n  on: true\n  gain: -3\n  frames: 18446744073709551615\n  ratio: 0.5\n"
-              "items:\n- x\n  y\n- \n- true\n- 2\n"
-              "streams:\n- on: true\n  gain: -3\n  frames: 18446744073709551615\n  ratio: 0.5\n"
-              "- []\n"
-              "off: false");
+    for (const YamlMapping& mapping : mappings) {
+        text += mapping.ToString(false) + "\n~\n" + mapping.ToString(true) + "\n--\n";
+    }
+    for (const YamlSequence& sequence : {YamlSequence(), items}) {
+        text += sequence.ToString(false) + "\n~\n" + sequence.ToString(true) + "\n--\n";
+    }
+    EXPECT_EQ(text, autl::test::Golden("dumpsys/render.txt", text));
 }
 
 }  // namespace

@@ -4,9 +4,7 @@
 
 #include <interactionlogger/logger.h>
 
-#include <android-base/file.h>
 #include <android-base/stringprintf.h>
-#include <stdlib.h>
 #include <time.h>
 
 #include <cmath>
@@ -17,6 +15,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "golden.h"
 #include "log_capture.h"
 
 namespace vendor::zentro::tevrash::audio::hal::utils::interactionlogger {
@@ -177,16 +176,7 @@ TEST_F(LoggerTest, Dump_GoldenText) {
     static const std::regex micros(R"(\b\d+ us\b)");
     text += std::regex_replace(std::regex_replace(stream.ToString(), time, "T "), micros, "N us");
 
-    const std::string path =
-#ifdef AUTL_TEST_DATA
-            AUTL_TEST_DATA "/interactionlogger/dump.txt";
-#else
-            android::base::GetExecutableDirectory() + "/tests/data/interactionlogger/dump.txt";
-#endif
-    if (getenv("AUTL_UPDATE_GOLDEN") != nullptr) android::base::WriteStringToFile(text, path);
-    std::string golden;
-    EXPECT_TRUE(android::base::ReadFileToString(path, &golden)) << path;
-    EXPECT_EQ(text, golden);
+    EXPECT_EQ(text, autl::test::Golden("interactionlogger/dump.txt", text));
 }
 
 TEST_F(LoggerTest, Fold_OnlyTheSameClosedCall) {
