@@ -39,10 +39,9 @@ int64_t CheckedCalls(const Logger& logger, bool module) {
     return calls;
 }
 
-// Four producers and a stream worker log while one thread dumps and another resets and changes
-// the audio state, with budgets that push entries out all the time. Then again with budgets that
-// push nothing out and two threads dumping the stream: every call is counted once, equal pairs
-// fold.
+// Four producers and a stream worker log while two threads dump, one of them also resetting and
+// changing the audio state, with budgets that push entries out all the time. Then again with
+// budgets that push nothing out and without resets: every call is counted once, equal pairs fold.
 TEST(LoggerStressTest, ProducersDumpsAndResets_StayConsistent) {
     for (const bool evicting : {true, false}) {
         SCOPED_TRACE(evicting ? "evicting" : "not evicting");
@@ -50,18 +49,16 @@ TEST(LoggerStressTest, ProducersDumpsAndResets_StayConsistent) {
         Logger logger(budget);
         StreamLogger stream(budget / 2);
         std::atomic<int> running = 5;
-        // Dumps of a history that grows without bound would make the run quadratic.
-        auto dump = [&] {
-            std::stringbuf text;
-            dumpsys::DumpsysInfo info;
-            info.stream_buffer = &text;
-            if (evicting) logger.Dump(info);
-            stream.Dump(info);
-            EXPECT_TRUE(text.str().starts_with("Interaction logger("));
+        std::latch start(7);
+        std::vector<std::thread> threads;
+        auto run = [&](std::function<void()> task) {
+            threads.emplace_back([&start, task] {
+                start.arrive_and_wait();
+                task();
+            });
         };
-        std::vector<std::function<void()>> tasks;
         for (int t = 0; t < 4; ++t) {
-            tasks.push_back([&, t] {
+            run([&, t] {
                 // A few kinds of call, so that some runs fold and others do not.
                 for (int i = 0; i < 2000; ++i) {
                     const int32_t id = (t + i / 8) % 3;
@@ -78,7 +75,7 @@ TEST(LoggerStressTest, ProducersDumpsAndResets_StayConsistent) {
             });
         }
         // Runs of 50 equal commands, and internal errors if evicting.
-        tasks.push_back([&] {
+        run([&] {
             for (int i = 0; i < 3000; ++i) {
                 stream.LogCommand(StreamDescriptor::Command::make<StreamDescriptor::Command::burst>(
                         i % 100 < 50 ? 960 : 1920));
@@ -91,29 +88,23 @@ TEST(LoggerStressTest, ProducersDumpsAndResets_StayConsistent) {
             }
             --running;
         });
-        tasks.push_back([&] {
-            while (running > 0) dump();
-        });
-        tasks.push_back([&] {
-            for (int i = 0; running > 0; ++i) {
-                if (!evicting) {
-                    dump();
-                    continue;
+        for (const bool resetting : {false, evicting}) {
+            run([&, resetting] {
+                for (int i = 0; running > 0; ++i) {
+                    std::stringbuf text;
+                    dumpsys::DumpsysInfo info;
+                    info.stream_buffer = &text;
+                    // Dumps of a history that grows without bound would make the run quadratic.
+                    if (evicting) logger.Dump(info);
+                    stream.Dump(info);
+                    EXPECT_TRUE(text.str().starts_with("Interaction logger("));
+                    if (!resetting) continue;
+                    if (i % 64 == 0) logger.Reset();
+                    if (i % 96 == 0) stream.GetLogger().Reset();
+                    logger.SetAudioMode(i % 3);
+                    logger.SetScoEnabled(i % 2 == 0);
+                    stream.GetLogger().SetLeSuspended(i % 2 == 0);
                 }
-                if (i % 64 == 0) logger.Reset();
-                if (i % 96 == 0) stream.GetLogger().Reset();
-                logger.SetAudioMode(i % 3);
-                logger.SetScoEnabled(i % 2 == 0);
-                stream.GetLogger().SetLeSuspended(i % 2 == 0);
-                std::this_thread::yield();
-            }
-        });
-        std::latch start(static_cast<ptrdiff_t>(tasks.size()));
-        std::vector<std::thread> threads;
-        for (const auto& task : tasks) {
-            threads.emplace_back([&] {
-                start.arrive_and_wait();
-                task();
             });
         }
         for (std::thread& thread : threads) thread.join();

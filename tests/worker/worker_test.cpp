@@ -4,12 +4,11 @@
 #include <sys/resource.h>
 #include <unistd.h>
 
-#include <algorithm>
+#include <atomic>
 #include <condition_variable>
 #include <latch>
 #include <memory>
 #include <mutex>
-#include <numeric>
 #include <string>
 #include <thread>
 #include <vector>
@@ -111,55 +110,35 @@ TEST(WorkerTest, ThreadNameAndNice_AppliedToTheWorkerThreadOnly) {
     }
 }
 
-// Start and Stop from several threads at once, on an idle and on a running worker, many times so
-// that the calls meet in every order, inside a start too (a Start waiting for its thread, or about
-// to name it). The answers are those of some serial order of the calls: no second thread, no crash,
-// no hang.
+// Start and Stop from several threads at once, many times so that they meet in every order, inside
+// a start too (a Start waiting for its thread, or about to name it): they answer as in some serial
+// order, with no second thread, no crash and no hang.
 TEST(WorkerTest, ConcurrentStartAndStop_AnswerAsInSomeSerialOrder) {
     // libbase sets its logging up on first use behind a check that ThreadSanitizer cannot see: the
     // first line comes from this thread, before the racing ones exist.
     LOG(INFO) << "racing Start and Stop";
-    const std::vector<bool> kCases[] = {// true for Start, false for Stop, one thread each
-                                        {true, true},
-                                        {true, false},
-                                        {true, true, false},
-                                        {true, true, false, false}};
-    for (int round = 0; round < 20; ++round) {
-        for (const bool running : {false, true}) {
-            for (const std::vector<bool>& starts : kCases) {
-                auto worker = std::make_unique<GatedWorker>("racer");
-                ASSERT_TRUE(!running || worker->Start());
-                std::vector<char> answers(starts.size());
-                std::latch go(static_cast<std::ptrdiff_t>(starts.size()));
-                std::vector<std::thread> threads;
-                for (size_t i = 0; i < starts.size(); ++i) {
-                    threads.emplace_back([&, i] {
-                        go.arrive_and_wait();
-                        answers[i] = starts[i] ? worker->Start() : worker->Stop();
-                    });
-                }
-                for (std::thread& thread : threads) thread.join();
-                const bool running_after = worker->Stop();
-
-                // Start answers whether the worker was idle and leaves it running; Stop answers
-                // whether it was running and leaves it idle.
-                std::vector<size_t> order(starts.size());
-                std::iota(order.begin(), order.end(), 0);
-                bool serial = false;
-                do {
-                    bool state = running;
-                    bool same = true;
-                    for (const size_t i : order) {
-                        same = same && answers[i] == (starts[i] != state);
-                        state = starts[i];
-                    }
-                    serial = serial || (same && state == running_after);
-                } while (std::next_permutation(order.begin(), order.end()));
-                EXPECT_TRUE(serial)
-                        << round << " " << running << " " << testing::PrintToString(starts) << " "
-                        << testing::PrintToString(answers);
-            }
+    for (int round = 0; round < 100; ++round) {
+        // Three Starts on an idle worker: one starts it. A Stop racing a Start on an idle worker:
+        // either the Stop comes first and fails, or it stops what the Start started.
+        auto worker = std::make_unique<GatedWorker>("racer");
+        std::atomic<int> started = 0;
+        std::atomic<bool> stopped = false;
+        std::latch go(4);
+        std::vector<std::thread> threads;
+        for (int i = 0; i < 3; ++i) {
+            threads.emplace_back([&] {
+                go.arrive_and_wait();
+                started += worker->Start();
+            });
         }
+        threads.emplace_back([&] {
+            go.arrive_and_wait();
+            stopped = worker->Stop();
+        });
+        for (std::thread& thread : threads) thread.join();
+        ASSERT_GE(started, 1) << round;
+        ASSERT_LE(started, 1 + stopped) << round;
+        EXPECT_EQ(worker->Stop(), !stopped || started == 2) << round;
     }
 }
 
