@@ -10,7 +10,6 @@
 #include <optional>
 #include <sstream>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include <dumpsys/dumpsys.h>
@@ -106,27 +105,19 @@ TEST(ResourcesTest, Folders_SearchOrderFallbacksCacheAndFiles) {
             {"gone", "/vendor/etc/audio/gone/"},
     };
     Resources resources(root);
-    // First calls from several threads at once.
-    std::vector<std::thread> threads;
-    for (int i = 0; i < 4; ++i) {
-        threads.emplace_back([&, i] { resources.GetFolderPath("thread" + std::to_string(i)); });
-    }
     for (const auto& c : cases) {
         EXPECT_EQ(resources.GetFolderPath(c.key), root + c.expected) << c.key;
     }
-    for (std::thread& thread : threads) thread.join();
-    EXPECT_THAT(DumpText(resources), testing::StartsWith("Resources:\n  #: size: 16\n"));
+    EXPECT_THAT(DumpText(resources), testing::StartsWith("Resources:\n  #: size: 12\n"));
 
     // The answers are cached for the object's life.
     ASSERT_TRUE(std::filesystem::remove(root + "/vendor/etc/audio/gone"));
     ASSERT_TRUE(std::filesystem::create_directory(root + "/vendor/etc/audio/late"));
     Resources fresh(root);
-    for (const char* key : {"gone", "late"}) {
-        EXPECT_EQ(resources.GetFolderPath(key),
-                  root + (key[0] == 'g' ? "/vendor/etc/audio/gone/" : "/vendor/etc/"));
-        EXPECT_EQ(fresh.GetFolderPath(key),
-                  root + (key[0] == 'l' ? "/vendor/etc/audio/late/" : "/vendor/etc/"));
-    }
+    EXPECT_EQ(resources.GetFolderPath("gone") + fresh.GetFolderPath("gone"),
+              root + "/vendor/etc/audio/gone/" + root + "/vendor/etc/");
+    EXPECT_EQ(resources.GetFolderPath("late") + fresh.GetFolderPath("late"),
+              root + "/vendor/etc/" + root + "/vendor/etc/audio/late/");
 
     autl::test::LogCapture logs;
     const std::string folder = root + "/vendor/etc/audio/spatializer/";
