@@ -69,6 +69,10 @@ Argument Parcel(const Command& command, int32_t type = 17) {
     return Argument::FromParcelable("command", command, static_cast<ArgumentType>(type));
 }
 
+Command Burst(int32_t bytes) {
+    return Command::make<Command::burst>(bytes);
+}
+
 Reply Active(int64_t frames, int32_t xruns = 0) {
     Reply reply;
     reply.fmqByteCount = 1920;
@@ -102,12 +106,12 @@ TEST_F(LoggerTest, Dump_GoldenText) {
     for (const int32_t mode : {0, -1, 2, 7})
         all.emplace_back("mode", mode, ArgumentType::kAudioMode);
     all.emplace_back("text", "2").type = ArgumentType::kAudioMode;
-    all.push_back(Parcel(Command::make<Command::burst>(960)));
+    all.push_back(Parcel(Burst(960)));
     all.push_back(Parcel(Command::make<Command::start>()));
     all.push_back(Argument::FromParcelable("ret", Reply(), ArgumentType::kStreamDescriptorReply));
     // Types without a parcelable; a command read as a reply; an empty parcel.
     for (const int32_t type : {3, 23, 18}) {
-        all.push_back(Parcel(Command::make<Command::burst>(960), type));
+        all.push_back(Parcel(Burst(960), type));
     }
     all.emplace_back("empty", ndk::ScopedAParcel(AParcel_create()), ArgumentType::kAudioPort);
     logger.Append(Call("setParameters", std::move(all), 250));
@@ -157,16 +161,16 @@ TEST_F(LoggerTest, Dump_GoldenText) {
     stream.LogReply(Active(480));
     stream.LogInternalError(StreamLogger::Error::kTimeout);
     for (int64_t frames = 480; frames <= 480 * 5; frames += 480) {
-        stream.LogCommand(Command::make<Command::burst>(1920));
+        stream.LogCommand(Burst(1920));
         stream.LogReply(Active(frames));
     }
-    stream.LogCommand(Command::make<Command::burst>(1920));
+    stream.LogCommand(Burst(1920));
     stream.LogInternalError(StreamLogger::Error::kInvalidState);
     stream.LogInternalError(StreamLogger::Error::kHardwareFailure);
     stream.LogReply(Active(480));
     stream.LogInternalError(StreamLogger::Error::kTimeout);
     stream.LogCommand(Command::make<Command::start>());
-    stream.LogCommand(Command::make<Command::burst>(1920));
+    stream.LogCommand(Burst(1920));
     std::stringbuf dumped;
     dumpsys::DumpsysInfo info(-1, 0, {"AUtl::Log"});
     info.stream_buffer = &dumped;
@@ -360,11 +364,11 @@ TEST_F(LoggerTest, StreamLogger_DifferentPairsDoNotFoldAndOnlyCommandsAreCharged
     const std::vector<std::tuple<Command, Reply, Error>> pairs = {
             {Command::make<Command::start>(), Active(0), Error::kNone},
             {Command::make<Command::start>(), Active(0), Error::kNone},
-            {Command::make<Command::burst>(960), Active(480), Error::kNone},
-            {Command::make<Command::burst>(1920), Active(480), Error::kNone},
-            {Command::make<Command::burst>(1920), Active(960, 12), Error::kNone},
-            {Command::make<Command::burst>(1920), Active(960, 12), Error::kTransferFailed},
-            {Command::make<Command::burst>(1920), paused, Error::kTransferFailed},
+            {Burst(960), Active(480), Error::kNone},
+            {Burst(1920), Active(480), Error::kNone},
+            {Burst(1920), Active(960, 12), Error::kNone},
+            {Burst(1920), Active(960, 12), Error::kTransferFailed},
+            {Burst(1920), paused, Error::kTransferFailed},
     };
     StreamLogger logger(1 << 20);
     for (const auto& [command, reply, error] : pairs) {
@@ -378,7 +382,7 @@ TEST_F(LoggerTest, StreamLogger_DifferentPairsDoNotFoldAndOnlyCommandsAreCharged
     // Room for three entries of 192 + 64 + 8 bytes.
     StreamLogger small(800);
     for (int32_t bytes = 1; bytes <= 5; ++bytes) {
-        small.LogCommand(Command::make<Command::burst>(bytes));
+        small.LogCommand(Burst(bytes));
         small.LogReply(Active(bytes));
     }
     EXPECT_EQ(Head(small.GetLogger()), "Interaction logger(3, 792):");
@@ -428,15 +432,13 @@ TEST(ArgumentTest, Compare) {
     text.type = ArgumentType::kInt;
     check("alternatives", Argument("x", 1), text, false);
     // A parcel of a plain type is equal only to itself.
-    const Argument parcel = Parcel(Command::make<Command::burst>(960), 4);
+    const Argument parcel = Parcel(Burst(960), 4);
     EXPECT_TRUE(CompareArgument(parcel, parcel));
-    check("parcels of plain type", parcel, Parcel(Command::make<Command::burst>(960), 4), false);
+    check("parcels of plain type", parcel, Parcel(Burst(960), 4), false);
 
     // Parcelables, and types above their range, are compared by their bytes.
-    check("commands", Parcel(Command::make<Command::burst>(960)),
-          Parcel(Command::make<Command::burst>(960)), true);
-    check("other commands", Parcel(Command::make<Command::burst>(960)),
-          Parcel(Command::make<Command::burst>(480)), false);
+    check("commands", Parcel(Burst(960)), Parcel(Burst(960)), true);
+    check("other commands", Parcel(Burst(960)), Parcel(Burst(480)), false);
     auto ints = [](int32_t count, int32_t last) {
         ndk::ScopedAParcel parcel(AParcel_create());
         for (int32_t i = 1; i < count; ++i) AParcel_writeInt32(parcel.get(), 0);
@@ -446,8 +448,7 @@ TEST(ArgumentTest, Compare) {
     check("prefix", ints(1, 0), ints(2, 0), false);
     check("large", ints(100, 1), ints(100, 1), true);
     check("other large", ints(100, 1), ints(100, 2), false);
-    check("type 40", Parcel(Command::make<Command::burst>(1), 40),
-          Parcel(Command::make<Command::burst>(1), 40), true);
+    check("type 40", Parcel(Burst(1), 40), Parcel(Burst(1), 40), true);
     check("empty", Argument("p", ndk::ScopedAParcel(AParcel_create()), ArgumentType::kAudioPort),
           Argument("p", ndk::ScopedAParcel(AParcel_create()), ArgumentType::kAudioPort), true);
 
@@ -470,19 +471,23 @@ TEST(ArgumentTest, Compare) {
     check("state", base, reply([](R& r) { r.state = StreamDescriptor::State::PAUSED; }), false);
     check("status", base, reply([](R& r) { r.status = -22; }), false);
     check("fmq", base, reply([](R& r) { r.fmqByteCount = 960; }), false);
-    // A reply of an older writer, without flushFromPosition, is read in full.
-    auto older = [](StreamDescriptor::State state) {
+    // Replies of older writers, read in full: one without flushFromPosition, one whose positions
+    // lack timeNs.
+    auto words = [](std::initializer_list<int32_t> words) {
         ndk::ScopedAParcel parcel(AParcel_create());
-        for (const int32_t word : {72, 0, 1920, 1, 20, 480, 0, 1000, 0, 1, 20, -1, -1, -1, -1, 0, 0,
-                                   static_cast<int32_t>(state)}) {
-            AParcel_writeInt32(parcel.get(), word);
-        }
+        for (const int32_t word : words) AParcel_writeInt32(parcel.get(), word);
         return Argument("ret", std::move(parcel), ArgumentType::kStreamDescriptorReply);
     };
-    check("older writer", base, older(StreamDescriptor::State::ACTIVE), true);
-    check("older writer's state", base, older(StreamDescriptor::State::PAUSED), false);
+    const int32_t active = static_cast<int32_t>(StreamDescriptor::State::ACTIVE);
+    const int32_t paused = static_cast<int32_t>(StreamDescriptor::State::PAUSED);
+    check("older", base,
+          words({72, 0, 1920, 1, 20, 480, 0, 1000, 0, 1, 20, -1, -1, -1, -1, 0, 0, active}), true);
+    check("older, paused", base,
+          words({72, 0, 1920, 1, 20, 480, 0, 1000, 0, 1, 20, -1, -1, -1, -1, 0, 0, paused}), false);
+    check("older positions", base,
+          words({64, 0, 1920, 1, 12, 480, 0, 1, 12, -1, -1, 0, 0, active, 0, 0}), true);
     // A reply that cannot be read back never compares equal.
-    const Argument broken = Parcel(Command::make<Command::burst>(960), 18);
+    const Argument broken = Parcel(Burst(960), 18);
     EXPECT_FALSE(CompareArgument(broken, broken));
 }
 
