@@ -1,24 +1,14 @@
 #include "fake_tinyalsa.h"
 
-#include <algorithm>
 #include <cerrno>
 #include <cstring>
-#include <thread>
 
 namespace {
 
-// Records one call for as long as it runs.
+// Records one call.
 struct FakeCall {
     explicit FakeCall(std::string call) : fake(*autl::test::FakeTinyalsa::current) {
-        std::lock_guard lock(fake.mutex);
         fake.calls.push_back(std::move(call));
-        fake.max_running = std::max(fake.max_running, ++fake.running);
-    }
-    ~FakeCall() {
-        // Gives another thread the chance to enter while this call runs.
-        std::this_thread::yield();
-        std::lock_guard lock(fake.mutex);
-        --fake.running;
     }
 
     autl::test::FakeTinyalsa& fake;

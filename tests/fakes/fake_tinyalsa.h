@@ -17,7 +17,6 @@
 
 #include <deque>
 #include <map>
-#include <mutex>
 #include <optional>
 #include <string>
 #include <vector>
@@ -64,10 +63,6 @@ struct FakeTinyalsa {
     std::map<unsigned int, mixer> cards;
     // One line per call, written like the call: "mixer_ctl_get_array(Volume, 1)".
     std::vector<std::string> calls;
-    // The largest number of calls that ran at the same time.
-    int max_running = 0;
-    int running = 0;
-    std::mutex mutex;  // guards the three above while calls run
 };
 
 }  // namespace autl::test

@@ -58,13 +58,6 @@ std::string Head(const Logger& logger) {
     return text.substr(0, text.find('\n'));
 }
 
-// Every entry's line as ToString has it.
-std::vector<std::string> Entries(const Logger& logger) {
-    std::vector<std::string> lines;
-    logger.ForEachEntry([&](const LogEntry& e) { lines.push_back(e.ToString()); });
-    return lines;
-}
-
 Argument Parcel(const Command& command, int32_t type = 17) {
     return Argument::FromParcelable("command", command, static_cast<ArgumentType>(type));
 }
@@ -256,23 +249,20 @@ TEST_F(LoggerTest, Fold_OnlyTheSameClosedCall) {
     }
 }
 
-TEST_F(LoggerTest, Balance_OldestLeaveForTheNewest) {
-    // Every entry costs 192 + 64 = 256 bytes; three fit exactly.
+// Histories under a budget, calls still open while others fold or push them out, and stream pairs,
+// compared whole with tests/data/interactionlogger/history.txt.
+TEST_F(LoggerTest, Histories_GoldenText) {
+    // Every entry costs 192 + 64 = 256 bytes; three fit exactly. An entry larger than the whole
+    // budget empties the history and stays alone until the next append pushes it out.
     Logger logger(768);
     for (int i = 0; i < 4; ++i) logger.Append(Call("f", Value(i)));
-    EXPECT_EQ(Head(logger), "Interaction logger(3, 768):");
-    EXPECT_THAT(Entries(logger), ::testing::ElementsAre(::testing::HasSubstr("[value: 1]"),
-                                                        ::testing::HasSubstr("[value: 2]"),
-                                                        ::testing::HasSubstr("[value: 3]")));
-    // An entry larger than the whole budget empties the history and stays alone until the next
-    // append pushes it out.
+    std::string text = DumpText(logger, false);
     std::vector<Argument> big;
     big.emplace_back("blob", std::string(2000, 'x'));
     logger.Append(Call("big", std::move(big)));
-    EXPECT_EQ(Head(logger), "Interaction logger(1, 2256):");
+    text += Head(logger) + "\n";
     logger.Append(Call("f"));
-    EXPECT_EQ(Head(logger), "Interaction logger(1, 256):");
-
+    text += DumpText(logger, false);
     // Room for two: each round pushes the oldest out and folds the newest away, at every place of
     // the history's storage.
     Logger two(512);
@@ -280,54 +270,38 @@ TEST_F(LoggerTest, Balance_OldestLeaveForTheNewest) {
         two.Append(Call("f", Value(i), i));
         two.Append(Call("f", Value(i), i));
         two.FoldContiguousDuplicatedEntry();
-        const std::string us = std::to_string(i) + " us";
-        ASSERT_EQ(Entries(two),
-                  std::vector<std::string>{
-                          "03-05 14:07:09.123 IModule::f: args(1): [value: " + std::to_string(i) +
-                          "], ret: not set, ecode: 0, contiguous calls: [count: 2, "
-                          "max: " +
-                          us + ", min: " + us + ", avg: " + us + "]"});
-        ASSERT_EQ(two.GetBytes(), 256u);
+        text += DumpText(two, false);
     }
-}
 
-TEST_F(LoggerTest, PendingEntry_ClosesFoldsAndOutlivesItsEntry) {
-    Logger logger(1 << 20);
+    // Calls through PendingEntry, with their clock's parts as "T" and "N". The return value is not
+    // charged. Reassignment closes the handle it replaces; a moved-from handle is inert.
+    auto times = [](const std::string& dump) {
+        static const std::regex time(R"(\d\d-\d\d \d\d:\d\d:\d\d\.\d\d\d )");
+        static const std::regex micros(R"(\b\d+ us\b)");
+        return std::regex_replace(std::regex_replace(dump, time, "T "), micros, "N us");
+    };
+    Logger pending(1 << 20);
     for (int i = 0; i < 3; ++i) {
-        PendingEntry call = logger.Begin(LogEntry("IModule", "f", Value(1)));
+        PendingEntry call = pending.Begin(LogEntry("IModule", "f", Value(1)));
         call.SetReturn(Argument("ret", true));
         call.SetErrorCode(5);
     }
-    // The return value is not charged.
-    EXPECT_EQ(Head(logger), "Interaction logger(1, 256):");
-    EXPECT_THAT(
-            Entries(logger)[0],
-            ::testing::HasSubstr("[value: 1], ret: true, ecode: 5, contiguous calls: [count: 3"));
-    auto executing = [&] {
-        std::vector<bool> open;
-        logger.ForEachEntry([&](const LogEntry& e) { open.push_back(e.execution_time == -1); });
-        return open;
-    };
-    // Reassignment closes the handle it replaces; a moved-from handle is inert.
-    PendingEntry first = logger.Begin(LogEntry("IModule", "g"));
-    PendingEntry second = logger.Begin(LogEntry("IModule", "h"));
+    PendingEntry first = pending.Begin(LogEntry("IModule", "g"));
+    PendingEntry second = pending.Begin(LogEntry("IModule", "h"));
     first = std::move(second);
     second.Close();
-    EXPECT_EQ(executing(), (std::vector<bool>{false, false, true}));
+    text += times(DumpText(pending, false));
     first.Close();
-    EXPECT_EQ(executing(), (std::vector<bool>{false, false, false}));
-
+    text += times(DumpText(pending, false));
     // One producer's call stays open while another's identical calls fold behind it; closing it
     // folds them all into it.
-    logger.Reset();
-    PendingEntry open = logger.Begin(LogEntry("IModule", "f"));
-    logger.Begin(LogEntry("IModule", "f")).Close();
-    logger.Begin(LogEntry("IModule", "f")).Close();
-    EXPECT_EQ(executing(), (std::vector<bool>{true, false}));
+    pending.Reset();
+    PendingEntry open = pending.Begin(LogEntry("IModule", "f"));
+    pending.Begin(LogEntry("IModule", "f")).Close();
+    pending.Begin(LogEntry("IModule", "f")).Close();
+    text += times(DumpText(pending, false));
     open.Close();
-    EXPECT_EQ(Head(logger), "Interaction logger(1, 192):");
-    EXPECT_THAT(Entries(logger)[0], ::testing::HasSubstr("contiguous calls: [count: 3, "));
-
+    text += times(DumpText(pending, false));
     // Pushed out by the budget, or reset away: nothing reaches the entry now in the history.
     Logger small(300);
     PendingEntry evicted = small.Begin(Call("f", Value(1), -1));
@@ -340,27 +314,14 @@ TEST_F(LoggerTest, PendingEntry_ClosesFoldsAndOutlivesItsEntry) {
         gone->SetErrorCode(3);
         gone->Close();
     }
-    EXPECT_THAT(Entries(small), ::testing::ElementsAre(::testing::EndsWith(
-                                        "IModule::i: args(1): [value: 1], ret: not set, ecode: 0, "
-                                        "time: executing")));
+    text += DumpText(small, false);
 
-    // The time since the steady start, in microseconds; the statistics start from it.
-    LogEntry entry("IModule", "f", Value(1));
-    entry.steady_start_time -= microseconds(1500);
-    entry.count = 4;
-    entry.SetExecutionTimeMs();
-    EXPECT_GE(entry.execution_time, 1500);
-    EXPECT_LT(entry.execution_time, 60 * 1000 * 1000);
-    EXPECT_EQ(std::tuple(entry.max_time, entry.min_time, entry.total_time, entry.count),
-              std::tuple(entry.execution_time, entry.execution_time, entry.execution_time, 4));
-}
-
-TEST_F(LoggerTest, StreamLogger_DifferentPairsDoNotFoldAndOnlyCommandsAreCharged) {
+    // Stream pairs that differ from the one before in their command, xruns, error or state; the
+    // first two are the same and fold, and the next command (8 bytes) is written where theirs (12)
+    // was. Then room for three entries of 192 + 64 + 8 bytes.
     using Error = StreamLogger::Error;
     Reply paused = Active(960, 12);
     paused.state = StreamDescriptor::State::PAUSED;
-    // Each pair differs from the one before in its command, xruns, error or state; the first two
-    // are the same and fold, and the next command (8 bytes) is written where theirs (12) was.
     const std::vector<std::tuple<Command, Reply, Error>> pairs = {
             {Command::make<Command::start>(), Active(0), Error::kNone},
             {Command::make<Command::start>(), Active(0), Error::kNone},
@@ -370,22 +331,28 @@ TEST_F(LoggerTest, StreamLogger_DifferentPairsDoNotFoldAndOnlyCommandsAreCharged
             {Burst(1920), Active(960, 12), Error::kTransferFailed},
             {Burst(1920), paused, Error::kTransferFailed},
     };
-    StreamLogger logger(1 << 20);
+    StreamLogger stream(1 << 20);
     for (const auto& [command, reply, error] : pairs) {
-        logger.LogCommand(command);
-        if (error != Error::kNone) logger.LogInternalError(error);
-        logger.LogReply(reply);
+        stream.LogCommand(command);
+        if (error != Error::kNone) stream.LogInternalError(error);
+        stream.LogReply(reply);
     }
-    EXPECT_EQ(logger.GetLogger().GetEntryCount(), pairs.size() - 1);
-    EXPECT_EQ(logger.GetLogger().GetBytes(), 268u + 5u * 264u);
-
-    // Room for three entries of 192 + 64 + 8 bytes.
-    StreamLogger small(800);
+    StreamLogger small_stream(800);
     for (int32_t bytes = 1; bytes <= 5; ++bytes) {
-        small.LogCommand(Burst(bytes));
-        small.LogReply(Active(bytes));
+        small_stream.LogCommand(Burst(bytes));
+        small_stream.LogReply(Active(bytes));
     }
-    EXPECT_EQ(Head(small.GetLogger()), "Interaction logger(3, 792):");
+    text += times(stream.ToString() + small_stream.ToString());
+    EXPECT_EQ(text, autl::test::Golden("interactionlogger/history.txt", text));
+
+    // The time since the steady start, in microseconds; the statistics start from it.
+    LogEntry entry("IModule", "f", Value(1));
+    entry.steady_start_time -= microseconds(1500);
+    entry.count = 4;
+    entry.SetExecutionTimeMs();
+    EXPECT_THAT(entry.execution_time, ::testing::AllOf(::testing::Ge(1500), ::testing::Lt(60000000)));
+    EXPECT_EQ(std::tuple(entry.max_time, entry.min_time, entry.total_time, entry.count),
+              std::tuple(entry.execution_time, entry.execution_time, entry.execution_time, 4));
 }
 
 // Values that an int32_t, a float or a bool would silently change do not compile.

@@ -2,7 +2,6 @@
 
 #include <cerrno>
 #include <memory>
-#include <thread>
 #include <vector>
 
 #include <gmock/gmock.h>
@@ -197,23 +196,6 @@ TEST_F(TinyalsaMixerTest, EnumsAndUpdates_ByTextItemsWithoutTextLeftOut) {
     card_.add_new_ctls_result.reset();
     EXPECT_TRUE(mixer_.UpdateControls());
     EXPECT_THAT(mixer_.GetIntegerValue("Late"), Optional(9L));
-}
-
-TEST_F(TinyalsaMixerTest, Operations_FromSeveralThreads_ReachTinyalsaOneAtATime) {
-    Open();
-    std::vector<std::thread> threads;
-    for (int t = 0; t < 4; ++t) {
-        threads.emplace_back([this, t] {
-            char bytes[4];
-            for (int i = 0; i < 200; ++i) {
-                mixer_.SetIntegerValue("Volume", t);
-                mixer_.GetByteValues("Blob", bytes, 4);
-                mixer_.GetEnum("Route");
-            }
-        });
-    }
-    for (std::thread& thread : threads) thread.join();
-    EXPECT_EQ(tinyalsa_.max_running, 1);
 }
 
 }  // namespace

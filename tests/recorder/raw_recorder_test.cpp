@@ -3,10 +3,13 @@
 #include <android-base/file.h>
 #include <android-base/stringprintf.h>
 #include <stdlib.h>
+#include <signal.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <time.h>
 #include <unistd.h>
 
+#include <filesystem>
 #include <memory>
 #include <optional>
 #include <string>
@@ -254,6 +257,60 @@ TEST_F(RecorderTest, WaveHeaderAndFormatWord_FollowTheStreamsFormat) {
         EXPECT_EQ(Record(encoded, "x"), 21);
         EXPECT_EQ(Read(encoded.GetPath()), Frame(c.word, "x"));
     }
+}
+
+// Files, or the whole folder, that disappear in the middle of a recording, as when the capture
+// folder is wiped while a stream runs: every call keeps the result each recorder promises, and a
+// recording started once the folder is back works as usual.
+TEST_F(RecorderTest, FileOrFolderDisappearsMidRecording_ResultsStayAsPromised) {
+    const std::string folder = std::string(dir_.path) + "/captures";
+    const std::string chunk(100, 'c');
+    // A chunk while the file is missing, while the folder is missing, and once it is back. The raw
+    // recorder creates the file again, with the mode Start gave it; the WAV recorder does not
+    // report file errors.
+    const int results[][3] = {{100, 0, 100}, {100, 100, 100}, {-1, -1, 120}};
+    const std::string files[] = {
+            chunk, WaveHeader(1, 2, 48000, 192000, 4, 16, 100) + chunk, Frame(0x01355007, chunk)};
+    const std::vector<std::unique_ptr<RawRecorder>> recorders = EveryKind(folder);
+    for (size_t i = 0; i < recorders.size(); ++i) {
+        RawRecorder& recorder = *recorders[i];
+        ASSERT_EQ(mkdir(folder.c_str(), 0755), 0);
+        recorder.Start();
+        SCOPED_TRACE(recorder.GetPath());
+        ASSERT_EQ(unlink(recorder.GetPath().c_str()), 0);
+        EXPECT_EQ(Record(recorder, chunk), results[i][0]);
+        EXPECT_EQ(Mode(recorder.GetPath()), i == 0 ? S_IFREG | 0644u : 0u);
+        std::filesystem::remove_all(folder);
+        EXPECT_EQ(Record(recorder, chunk), results[i][1]);
+        EXPECT_TRUE(recorder.IsStarted());
+        recorder.Stop();
+        ASSERT_EQ(mkdir(folder.c_str(), 0755), 0);
+        recorder.Start();
+        EXPECT_EQ(Record(recorder, chunk), results[i][2]);
+        EXPECT_EQ(Read(recorder.GetPath()), files[i]);
+        std::filesystem::remove_all(folder);
+    }
+}
+
+// Killed in the middle of a chunk, here by the file size limit, a WAV recording leaves a header
+// that counts all the data on disk and the chunk in flight: the header goes first.
+TEST_F(RecorderTest, KilledMidChunk_TheWaveHeaderCountsTheChunkInFlight) {
+    WaveRecorder recorder(dir_.path, "wav", 2, 48000, PcmType::INT_16_BIT);
+    recorder.Start();
+    EXPECT_EQ(Record(recorder, std::string(100, 'x')), 100);
+    EXPECT_EXIT(
+            {
+                signal(SIGXFSZ, SIG_DFL);
+                rlimit limit = {};
+                getrlimit(RLIMIT_FSIZE, &limit);
+                limit.rlim_cur = 44 + 150;
+                setrlimit(RLIMIT_FSIZE, &limit);
+                Record(recorder, std::string(100, 'x'));
+                _exit(0);
+            },
+            testing::KilledBySignal(SIGXFSZ), "");
+    EXPECT_EQ(Read(recorder.GetPath()),
+              WaveHeader(1, 2, 48000, 192000, 4, 16, 200) + std::string(150, 'x'));
 }
 
 }  // namespace
