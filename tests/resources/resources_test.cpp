@@ -5,6 +5,7 @@
 
 #include <android-base/file.h>
 #include <android-base/properties.h>
+#include <android-base/strings.h>
 
 #include <filesystem>
 #include <optional>
@@ -16,6 +17,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "golden.h"
 #include "log_capture.h"
 
 // libapexsupport as platform level 37 has it: AApexInfo_createWithName finds an APEX of version
@@ -72,7 +74,9 @@ std::string DumpText(Resources& resources, uint32_t indentation = 0,
     return text.str();
 }
 
-TEST(ResourcesTest, Folders_SearchOrderFallbacksCacheAndFiles) {
+// Folder and file lookups, their log lines and a dump, compared whole with
+// tests/data/resources/lookups.txt, the temporary root written as "ROOT".
+TEST(ResourcesTest, Lookups_GoldenText) {
     TemporaryDir dir;
     const std::string root = dir.path;
     for (const std::string& path : std::vector<std::string>{
@@ -84,59 +88,35 @@ TEST(ResourcesTest, Folders_SearchOrderFallbacksCacheAndFiles) {
     for (const std::string path : {"/vendor/etc/audio/file", "/vendor/etc/audio/spatializer/x"}) {
         ASSERT_TRUE(android::base::WriteStringToFile("x", root + path));
     }
-    // Asking about a link to itself fails: that counts as absent.
+    // Asking about a link to itself fails: that counts as absent. Any other kind of entry counts.
     const std::string loop = root + "/vendor/etc/audio/loop";
     ASSERT_EQ(symlink(loop.c_str(), loop.c_str()), 0);
-    const struct {
-        std::string key;
-        std::string expected;  // below the root
-    } cases[] = {
-            {"both", "/vendor/etc/audio/both/"},
-            {"apex", kApexAudio + "apex/"},
-            {"file", "/vendor/etc/audio/file/"},  // any kind of entry counts
-            {"loop", kApexAudio + "loop/"},
-            {"a/b", "/vendor/etc/audio/a/b/"},
-            {"Both", "/vendor/etc/"},
-            {"vexa4", "/vendor/etc/ulq/"},
-            {"dornwake", "/vendor/etc/ulq/"},
-            {"kastrelion", "/vendor/etc/ulq/"},
-            {"late", "/vendor/etc/"},
-            {"", "/vendor/etc/audio//"},
-            {"gone", "/vendor/etc/audio/gone/"},
-    };
     Resources resources(root);
-    for (const auto& c : cases) {
-        EXPECT_EQ(resources.GetFolderPath(c.key), root + c.expected) << c.key;
+    std::string text;
+    for (const char* key : {"both", "apex", "file", "loop", "a/b", "Both", "vexa4", "dornwake",
+                            "kastrelion", "late", "", "gone"}) {
+        text += std::string(key) + ": " + resources.GetFolderPath(key) + "\n";
     }
     EXPECT_THAT(DumpText(resources), testing::StartsWith("Resources:\n  #: size: 12\n"));
-
     // The answers are cached for the object's life.
     ASSERT_TRUE(std::filesystem::remove(root + "/vendor/etc/audio/gone"));
     ASSERT_TRUE(std::filesystem::create_directory(root + "/vendor/etc/audio/late"));
     Resources fresh(root);
-    EXPECT_EQ(resources.GetFolderPath("gone") + fresh.GetFolderPath("gone"),
-              root + "/vendor/etc/audio/gone/" + root + "/vendor/etc/");
-    EXPECT_EQ(resources.GetFolderPath("late") + fresh.GetFolderPath("late"),
-              root + "/vendor/etc/" + root + "/vendor/etc/audio/late/");
-
-    autl::test::LogCapture logs;
-    const std::string folder = root + "/vendor/etc/audio/spatializer/";
-    for (const std::string file : {"x", "hrtf", "other"}) {
-        EXPECT_EQ(fresh.GetFilePath("spatializer", file), file == "other" ? "" : folder + file);
+    for (const char* key : {"gone", "late"}) {
+        text += std::string(key) + ": " + resources.GetFolderPath(key) + " now " +
+                fresh.GetFolderPath(key) + "\n";
     }
-    EXPECT_EQ(fresh.GetFilePath("x", "y"), "");
-    EXPECT_THAT(logs.Lines("AUtl::Resources"),
-                ElementsAre("I GetFilePath: " + folder + "x exist",
-                            "I GetFilePath: " + folder + "hrtf exist",
-                            "W GetFilePath: " + folder + "other not exist",
-                            "W GetFilePath: " + root + "/vendor/etc/y not exist"));
-
+    autl::test::LogCapture logs;
+    for (const char* file : {"x", "hrtf", "other"}) {
+        text += fresh.GetFilePath("spatializer", file) + "\n";
+    }
+    text += fresh.GetFilePath("x", "y") + "\n";
+    for (const std::string& line : logs.Lines("AUtl::Resources")) text += line + "\n";
     Resources one(root);
     one.GetFolderPath("a/b");
-    EXPECT_EQ(DumpText(one, 2, {"AUtl::Res"}),
-              "  Resources:\n    #: size: 1\n    a/b: " + root +
-                      "/vendor/etc/audio/a/b/\n  APEX version: {major: -1, minor: -1}\n");
-    EXPECT_EQ(DumpText(one, 0, {"AUtl::Logger"}), "");
+    text += DumpText(one, 2, {"AUtl::Res"}) + DumpText(one, 0, {"AUtl::Logger"});
+    text = android::base::StringReplace(text, root, "ROOT", true);
+    EXPECT_EQ(text, autl::test::Golden("resources/lookups.txt", text));
 }
 
 TEST(ResourcesTest, ApexVersion_ReadAtConstructionSplitAndDumped) {

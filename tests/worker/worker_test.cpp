@@ -63,15 +63,22 @@ class GatedWorker : public Worker {
     bool woken_ = false;
 };
 
-TEST(WorkerTest, StartStopRestart_FreshThreadEachTimeAndLogLines) {
+// A fresh thread each time, named (cut to what the system takes) and with the nice value given, in
+// place when Start returns and before the first DoWork; the caller's name and nice value stay.
+TEST(WorkerTest, StartStopRestart_FreshThreadEachTimeNamedAndLogged) {
     autl::test::LogCapture logs;
-    auto worker = std::make_unique<GatedWorker>("poll");
+    const int nice = getpriority(PRIO_PROCESS, 0);
+    auto worker = std::make_unique<GatedWorker>("mixer_poll_loops", nice + 7);
     EXPECT_FALSE(worker->Stop());  // never started
     ASSERT_TRUE(worker->Start());
     // Start returns only once the thread has announced itself.
-    EXPECT_EQ(logs.Lines("AUtl::Worker").back(), "I Loop: poll started");
+    EXPECT_EQ(logs.Lines("AUtl::Worker").back(), "I Loop: mixer_poll_loops started");
     EXPECT_FALSE(worker->Start());
-    worker->WaitForCalls(1);
+    const auto [tid, worker_nice] = worker->WaitForCalls(1)[0];
+    std::string comm;
+    android::base::ReadFileToString("/proc/self/task/" + std::to_string(tid) + "/comm", &comm);
+    EXPECT_EQ(comm + std::to_string(worker_nice - nice), "mixer_poll_loop\n7");
+    EXPECT_EQ(getpriority(PRIO_PROCESS, 0), nice);
     // DoWork is waiting: only WakeUp lets Stop's join finish.
     EXPECT_TRUE(worker->Stop());
     EXPECT_FALSE(worker->Stop());
@@ -82,32 +89,18 @@ TEST(WorkerTest, StartStopRestart_FreshThreadEachTimeAndLogLines) {
     EXPECT_NE(calls[1].first, calls[0].first);
     worker.reset();  // its destructor's Stop finds it stopped; ~Worker stays quiet
     EXPECT_THAT(logs.Lines("AUtl::Worker"),
-                ElementsAre("V Stop: stop poll", "W Stop: poll hasn't been started yet",
-                            "V Start: start poll", "I Loop: poll started", "V Start: start poll",
-                            "E Start: poll has already been started", "V Stop: stop poll",
-                            "I Loop: poll thread exit", "V Stop: stop poll",
-                            "W Stop: poll hasn't been started yet", "V Start: start poll",
-                            "I Loop: poll started", "V Stop: stop poll", "I Loop: poll thread exit",
-                            "V Stop: stop poll", "W Stop: poll hasn't been started yet"));
-}
-
-// The name (cut to what the system takes) and the nice value are the worker thread's, in place when
-// Start returns and before the first DoWork; the caller's stay.
-TEST(WorkerTest, ThreadNameAndNice_AppliedToTheWorkerThreadOnly) {
-    const int nice = getpriority(PRIO_PROCESS, 0);
-    for (const auto& [name, thread_name] :
-         {std::pair("exactly_15_char", "exactly_15_char"),
-          std::pair("a_much_longer_worker_name", "a_much_longer_w")}) {
-        auto worker = std::make_unique<GatedWorker>(name, nice + 7);
-        ASSERT_TRUE(worker->Start());
-        const auto [tid, worker_nice] = worker->WaitForCalls(1)[0];
-        std::string comm;
-        android::base::ReadFileToString("/proc/self/task/" + std::to_string(tid) + "/comm", &comm);
-        EXPECT_EQ(comm, std::string(thread_name) + "\n");
-        EXPECT_EQ(worker_nice, nice + 7);
-        EXPECT_EQ(getpriority(PRIO_PROCESS, 0), nice);
-        ASSERT_TRUE(worker->Stop());
-    }
+                ElementsAre("V Stop: stop mixer_poll_loops",
+                            "W Stop: mixer_poll_loops hasn't been started yet",
+                            "V Start: start mixer_poll_loops", "I Loop: mixer_poll_loops started",
+                            "V Start: start mixer_poll_loops",
+                            "E Start: mixer_poll_loops has already been started",
+                            "V Stop: stop mixer_poll_loops", "I Loop: mixer_poll_loops thread exit",
+                            "V Stop: stop mixer_poll_loops",
+                            "W Stop: mixer_poll_loops hasn't been started yet",
+                            "V Start: start mixer_poll_loops", "I Loop: mixer_poll_loops started",
+                            "V Stop: stop mixer_poll_loops", "I Loop: mixer_poll_loops thread exit",
+                            "V Stop: stop mixer_poll_loops",
+                            "W Stop: mixer_poll_loops hasn't been started yet"));
 }
 
 // Start and Stop from several threads at once, many times so that they meet in every order, inside
