@@ -97,16 +97,11 @@ TEST(DumpsysTest, Lines_OneWriteEachToTheDescriptorsOfTheRecordAndItsCopies) {
 
 TEST(DumpsysTest, IndentationAndFilters) {
     for (const auto& [indentation, spaces] :
-         std::vector<std::pair<uint32_t, size_t>>{{0, 0}, {3, 3}, {44, 44}, {45, 44}, {1000, 44}}) {
+         std::vector<std::pair<uint32_t, size_t>>{{0, 0}, {3, 3}, {44, 44}, {45, 44}, {1000, 44}})
         EXPECT_EQ(Written(indentation, {}, "t", "x"), std::string(spaces, ' ') + "x\n");
-    }
     // A line is written when there are no filters, its title is empty or a filter is a prefix of
     // its title.
-    const struct {
-        std::vector<std::string_view> filters;
-        const char* title;
-        bool written;
-    } cases[] = {
+    const std::tuple<std::vector<std::string_view>, const char*, bool> cases[] = {
             {{}, "AUtl::Resources", true},
             {{"AUtl::Log"}, "AUtl::Logger", true},
             {{"AUtl::Log"}, "AUtl::Resources", false},
@@ -114,11 +109,9 @@ TEST(DumpsysTest, IndentationAndFilters) {
             {{"AUtl::Log"}, nullptr, true},
             {{"AUtl::Res", "AUtl::Log"}, "AUtl::Logger", true},
             {{"autl::log"}, "AUtl::Logger", false},
-            {{""}, "AUtl::Logger", true},
-    };
-    for (const auto& c : cases) {
-        EXPECT_EQ(Written(0, c.filters, c.title, "x"), c.written ? "x\n" : "")
-                << (c.title ? c.title : "(null)");
+            {{""}, "AUtl::Logger", true}};
+    for (const auto& [filters, title, written] : cases) {
+        EXPECT_EQ(Written(0, filters, title, "x"), written ? "x\n" : "") << (title ? title : "-");
     }
 }
 

@@ -63,6 +63,13 @@ std::string Head(const Logger& logger) {
     return text.substr(0, text.find('\n'));
 }
 
+// The text with the clock's parts as "T" and "N": start times and microseconds.
+std::string Timeless(const std::string& text) {
+    static const std::regex time(R"(\d\d-\d\d \d\d:\d\d:\d\d\.\d\d\d )");
+    static const std::regex micros(R"(\b\d+ us\b)");
+    return std::regex_replace(std::regex_replace(text, time, "T "), micros, "N us");
+}
+
 Argument Parcel(const Command& command, int32_t type = 17) {
     return Argument::FromParcelable("command", command, static_cast<ArgumentType>(type));
 }
@@ -108,9 +115,7 @@ TEST_F(LoggerTest, Dump_GoldenText) {
     all.push_back(Parcel(Command::make<Command::start>()));
     all.push_back(Argument::FromParcelable("ret", Reply(), ArgumentType::kStreamDescriptorReply));
     // Types without a parcelable; a command read as a reply; an empty parcel.
-    for (const int32_t type : {3, 23, 18}) {
-        all.push_back(Parcel(Burst(960), type));
-    }
+    for (const int32_t type : {3, 23, 18}) all.push_back(Parcel(Burst(960), type));
     all.emplace_back("empty", ndk::ScopedAParcel(AParcel_create()), ArgumentType::kAudioPort);
     logger.Append(Call("setParameters", std::move(all), 250));
     // Three identical calls fold into the first.
@@ -174,9 +179,7 @@ TEST_F(LoggerTest, Dump_GoldenText) {
     info.stream_buffer = &dumped;
     stream.Dump(info);
     EXPECT_EQ(dumped.str(), stream.ToString());
-    static const std::regex time(R"(\d\d-\d\d \d\d:\d\d:\d\d\.\d\d\d )");
-    static const std::regex micros(R"(\b\d+ us\b)");
-    text += std::regex_replace(std::regex_replace(stream.ToString(), time, "T "), micros, "N us");
+    text += Timeless(stream.ToString());
 
     EXPECT_EQ(text, autl::test::Golden("interactionlogger/dump.txt", text));
 }
@@ -280,11 +283,6 @@ TEST_F(LoggerTest, Histories_GoldenText) {
 
     // Calls through PendingEntry, with their clock's parts as "T" and "N". The return value is not
     // charged. Reassignment closes the handle it replaces; a moved-from handle is inert.
-    auto times = [](const std::string& dump) {
-        static const std::regex time(R"(\d\d-\d\d \d\d:\d\d:\d\d\.\d\d\d )");
-        static const std::regex micros(R"(\b\d+ us\b)");
-        return std::regex_replace(std::regex_replace(dump, time, "T "), micros, "N us");
-    };
     Logger pending(1 << 20);
     for (int i = 0; i < 3; ++i) {
         PendingEntry call = pending.Begin(LogEntry("IModule", "f", Value(1)));
@@ -295,18 +293,18 @@ TEST_F(LoggerTest, Histories_GoldenText) {
     PendingEntry second = pending.Begin(LogEntry("IModule", "h"));
     first = std::move(second);
     second.Close();
-    text += times(DumpText(pending, false));
+    text += Timeless(DumpText(pending, false));
     first.Close();
-    text += times(DumpText(pending, false));
+    text += Timeless(DumpText(pending, false));
     // One producer's call stays open while another's identical calls fold behind it; closing it
     // folds them all into it.
     pending.Reset();
     PendingEntry open = pending.Begin(LogEntry("IModule", "f"));
     pending.Begin(LogEntry("IModule", "f")).Close();
     pending.Begin(LogEntry("IModule", "f")).Close();
-    text += times(DumpText(pending, false));
+    text += Timeless(DumpText(pending, false));
     open.Close();
-    text += times(DumpText(pending, false));
+    text += Timeless(DumpText(pending, false));
     // Pushed out by the budget, or reset away: nothing reaches the entry now in the history.
     Logger small(300);
     PendingEntry evicted = small.Begin(Call("f", Value(1), -1));
@@ -347,7 +345,7 @@ TEST_F(LoggerTest, Histories_GoldenText) {
         small_stream.LogCommand(Burst(bytes));
         small_stream.LogReply(Active(bytes));
     }
-    text += times(stream.ToString() + small_stream.ToString());
+    text += Timeless(stream.ToString() + small_stream.ToString());
     EXPECT_EQ(text, autl::test::Golden("interactionlogger/history.txt", text));
 
     // The time since the steady start, in microseconds; the statistics start from it.
