@@ -6,7 +6,6 @@
 #include <interactionlogger/logger.h>
 
 #include <atomic>
-#include <functional>
 #include <latch>
 #include <sstream>
 #include <thread>
@@ -18,30 +17,11 @@ namespace {
 
 using aidl::android::hardware::audio::core::StreamDescriptor;
 
-// Checks that the charge is the sum of the entries' charges, that every entry is closed and that
-// every module call's return value and error code are its own (both repeat its "id" argument);
-// returns the calls the entries hold.
-int64_t CheckedCalls(const Logger& logger, bool module) {
-    uint64_t bytes = 0;
-    int64_t calls = 0;
-    logger.ForEachEntry([&](const LogEntry& e) {
-        bytes += Logger::kEntrySize + e.arguments_size;
-        calls += e.count;
-        EXPECT_GE(e.count, 1);
-        EXPECT_GE(e.execution_time, 0);
-        if (!module) return;
-        const int32_t id = std::get<int32_t>(e.arguments.at(0).value);
-        ASSERT_TRUE(e.ret.has_value());
-        EXPECT_EQ(std::get<int32_t>(e.ret->value), id);
-        EXPECT_EQ(e.ecode, -id);
-    });
-    EXPECT_EQ(logger.GetBytes(), bytes);
-    return calls;
-}
-
 // Four producers and a stream worker log while two threads dump, one of them also resetting and
 // changing the audio state, with budgets that push entries out all the time. Then again with
 // budgets that push nothing out and without resets: every call is counted once, equal pairs fold.
+// Every entry is closed, every module call keeps its own return value and error code (both repeat
+// its "id" argument), and the charge is the sum of the entries' charges.
 TEST(LoggerStressTest, ProducersDumpsAndResets_StayConsistent) {
     for (const bool evicting : {true, false}) {
         SCOPED_TRACE(evicting ? "evicting" : "not evicting");
@@ -51,16 +31,11 @@ TEST(LoggerStressTest, ProducersDumpsAndResets_StayConsistent) {
         std::atomic<int> running = 5;
         std::latch start(7);
         std::vector<std::thread> threads;
-        auto run = [&](std::function<void()> task) {
-            threads.emplace_back([&start, task] {
+        for (int t = 0; t < 7; ++t) {
+            threads.emplace_back([&, t] {
                 start.arrive_and_wait();
-                task();
-            });
-        };
-        for (int t = 0; t < 4; ++t) {
-            run([&, t] {
                 // A few kinds of call, so that some runs fold and others do not.
-                for (int i = 0; i < 2000; ++i) {
+                for (int i = 0; t < 4 && i < 2000; ++i) {
                     const int32_t id = (t + i / 8) % 3;
                     std::vector<Argument> arguments;
                     arguments.emplace_back("id", id);
@@ -71,26 +46,20 @@ TEST(LoggerStressTest, ProducersDumpsAndResets_StayConsistent) {
                     call.SetReturn(Argument("ret", id));
                     call.SetErrorCode(-id);
                 }
-                --running;
-            });
-        }
-        // Runs of 50 equal commands, and internal errors if evicting.
-        run([&] {
-            for (int i = 0; i < 3000; ++i) {
-                stream.LogCommand(StreamDescriptor::Command::make<StreamDescriptor::Command::burst>(
-                        i % 100 < 50 ? 960 : 1920));
-                if (evicting && i % 13 == 0) {
-                    stream.LogInternalError(StreamLogger::Error::kTransferFailed);
+                // Runs of 50 equal commands, and internal errors if evicting.
+                for (int i = 0; t == 4 && i < 3000; ++i) {
+                    stream.LogCommand(
+                            StreamDescriptor::Command::make<StreamDescriptor::Command::burst>(
+                                    i % 100 < 50 ? 960 : 1920));
+                    if (evicting && i % 13 == 0) {
+                        stream.LogInternalError(StreamLogger::Error::kTransferFailed);
+                    }
+                    StreamDescriptor::Reply reply;
+                    reply.observable.frames = i;
+                    stream.LogReply(reply);
                 }
-                StreamDescriptor::Reply reply;
-                reply.observable.frames = i;
-                stream.LogReply(reply);
-            }
-            --running;
-        });
-        for (const bool resetting : {false, evicting}) {
-            run([&, resetting] {
-                for (int i = 0; running > 0; ++i) {
+                if (t < 5) --running;
+                for (int i = 0; t > 4 && running > 0; ++i) {
                     std::stringbuf text;
                     dumpsys::DumpsysInfo info;
                     info.stream_buffer = &text;
@@ -98,7 +67,7 @@ TEST(LoggerStressTest, ProducersDumpsAndResets_StayConsistent) {
                     if (evicting) logger.Dump(info);
                     stream.Dump(info);
                     EXPECT_TRUE(text.str().starts_with("Interaction logger("));
-                    if (!resetting) continue;
+                    if (t == 5 || !evicting) continue;
                     if (i % 64 == 0) logger.Reset();
                     if (i % 96 == 0) stream.GetLogger().Reset();
                     logger.SetAudioMode(i % 3);
@@ -109,13 +78,23 @@ TEST(LoggerStressTest, ProducersDumpsAndResets_StayConsistent) {
         }
         for (std::thread& thread : threads) thread.join();
 
-        const int64_t module_calls = CheckedCalls(logger, true);
-        const int64_t stream_calls = CheckedCalls(stream.GetLogger(), false);
-        EXPECT_LE(logger.GetBytes(), budget);
-        EXPECT_LE(stream.GetLogger().GetBytes(), budget / 2);
+        int64_t calls[2] = {};
+        for (const Logger* history : {&logger, &stream.GetLogger()}) {
+            uint64_t bytes = 0;
+            history->ForEachEntry([&](const LogEntry& e) {
+                bytes += Logger::kEntrySize + e.arguments_size;
+                calls[history == &logger ? 0 : 1] += e.count;
+                EXPECT_GE(e.execution_time, 0);
+                if (history != &logger) return;
+                const int32_t id = std::get<int32_t>(e.arguments.at(0).value);
+                EXPECT_EQ(std::pair(std::get<int32_t>(e.ret.value().value), e.ecode),
+                          std::pair(id, -id));
+            });
+            EXPECT_EQ(history->GetBytes(), bytes);
+            EXPECT_LE(bytes, history == &logger ? budget : budget / 2);
+        }
         if (!evicting) {
-            EXPECT_EQ(module_calls, 4 * 2000);
-            EXPECT_EQ(stream_calls, 3000);
+            EXPECT_EQ(std::pair(calls[0], calls[1]), std::pair(int64_t{4 * 2000}, int64_t{3000}));
             EXPECT_EQ(stream.GetLogger().GetEntryCount(), 3000u / 50);
         }
     }

@@ -4,13 +4,8 @@
 
 #include <interactionlogger/logger.h>
 
-#include <android-base/file.h>
 #include <android-base/stringprintf.h>
-#include <fcntl.h>
-#include <signal.h>
-#include <sys/resource.h>
 #include <time.h>
-#include <unistd.h>
 
 #include <cmath>
 #include <limits>
@@ -356,50 +351,6 @@ TEST_F(LoggerTest, Histories_GoldenText) {
     EXPECT_THAT(entry.execution_time, ::testing::AllOf(::testing::Ge(1500), ::testing::Lt(60000000)));
     EXPECT_EQ(std::tuple(entry.max_time, entry.min_time, entry.total_time, entry.count),
               std::tuple(entry.execution_time, entry.execution_time, entry.execution_time, 4));
-}
-
-// Dumps into a closed descriptor, a pipe whose reader is gone (with SIGPIPE's default action, which
-// would end the process) and a file at its size limit, as on a full disk, where writes fail with
-// EFBIG: each dump returns, the file keeps what fitted, and the loggers stay usable.
-TEST_F(LoggerTest, UnwritableDescriptors_DumpReturnsAndLoggerStaysUsable) {
-    constexpr size_t kLimit = 4096;
-    const sighandler_t sigpipe = signal(SIGPIPE, SIG_DFL);
-    const sighandler_t sigxfsz = signal(SIGXFSZ, SIG_IGN);
-    TemporaryFile file;
-    int no_reader[2];
-    ASSERT_EQ(pipe2(no_reader, O_CLOEXEC), 0);
-    close(no_reader[0]);
-    // A number far above the lowest free one, so that no descriptor opened meanwhile takes it.
-    const int closed = fcntl(no_reader[1], F_DUPFD_CLOEXEC, 512);
-    close(closed);
-    rlimit limit = {};
-    ASSERT_EQ(getrlimit(RLIMIT_FSIZE, &limit), 0);
-    const rlimit previous = limit;
-    limit.rlim_cur = kLimit;
-    Logger logger(64 * 1024);
-    for (int i = 0; i < 60; ++i) logger.Append(Call("setParameters", Value(i)));
-    StreamLogger stream(4096);
-    stream.LogCommand(Burst(1));
-    for (const int fd : {closed, no_reader[1], file.fd}) {
-        ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &limit), 0);
-        const dumpsys::DumpsysInfo info(fd);
-        logger.Dump(info);
-        logger.DumpDetails(info, false);
-        stream.Dump(info);
-        dumpsys::Dumpsys::SplitInternal(info, std::string(400, 'x'), true, "P: ");
-        ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &previous), 0);
-    }
-    std::string written;
-    ASSERT_TRUE(android::base::ReadFileToString(file.path, &written));
-    EXPECT_EQ(written, DumpText(logger, true).substr(0, kLimit));
-    EXPECT_EQ(fcntl(closed, F_GETFD), -1);  // still closed: every write met EBADF
-    logger.Append(Call("f"));
-    stream.LogCommand(Burst(2));
-    EXPECT_EQ(Head(logger) + Head(stream.GetLogger()),
-              "Interaction logger(61, 15616):Interaction logger(2, 528):");
-    close(no_reader[1]);
-    signal(SIGPIPE, sigpipe);
-    signal(SIGXFSZ, sigxfsz);
 }
 
 // Values that an int32_t, a float or a bool would silently change do not compile.
