@@ -126,34 +126,23 @@ TEST(ResourcesTest, ApexVersion_ReadAtConstructionSplitAndDumped) {
         GTEST_SKIP() << "this platform is too old to look an APEX up by name";
     }
 #endif
-    const struct {
-        std::optional<int64_t> version;
-        int32_t major;
-        int32_t minor;
-        const char* dumped;
-    } cases[] = {
-            {std::nullopt, -1, -1, "{major: -1, minor: -1}"},
-            {(int64_t{26} << 32) | 5, 26, 5, "{major: 1a, minor: 5}"},
-            {int64_t{0x7fffffff} << 32 | 0x7fffffff, 0x7fffffff, 0x7fffffff,
-             "{major: 7fffffff, minor: 2147483647}"},
-            {static_cast<int64_t>(0xFFFFFFFF00000005), -1, 5, "{major: -1, minor: -1}"},
-            {int64_t{26} << 32 | 0xFFFFFFFF, 26, -1, "{major: -1, minor: -1}"},
-            {static_cast<int64_t>(0xFFFFFFFE00000010), -2, 16, "{major: -2, minor: 16}"},
-            {int64_t{3} << 32 | 0x80000000, 3, INT32_MIN, "{major: 3, minor: -2147483648}"},
-    };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.dumped);
-        installed = c.version;
+    // Each version as read, then dumped, into tests/data/resources/apex_versions.txt.
+    std::string text;
+    for (const std::optional<int64_t> version : std::vector<std::optional<int64_t>>{
+                 std::nullopt, int64_t{26} << 32 | 5, int64_t{0x7fffffff} << 32 | 0x7fffffff,
+                 static_cast<int64_t>(0xFFFFFFFF00000005), int64_t{26} << 32 | 0xFFFFFFFF,
+                 static_cast<int64_t>(0xFFFFFFFE00000010), int64_t{3} << 32 | 0x80000000}) {
+        installed = version;
         asked.clear();
         Resources resources;
         EXPECT_THAT(asked, ElementsAre(kApex));
         EXPECT_EQ(open_handles, 0);
         installed = 1;  // read at construction only
-        const ApexVersion version = resources.GetResourceApexVersion();
-        EXPECT_EQ(std::pair(version.major, version.minor), std::pair(c.major, c.minor));
-        EXPECT_EQ(DumpText(resources),
-                  std::string("Resources:\n  #: size: 0\nAPEX version: ") + c.dumped + "\n");
+        const ApexVersion read = resources.GetResourceApexVersion();
+        text += std::to_string(read.major) + ", " + std::to_string(read.minor) + ": " +
+                DumpText(resources);
     }
+    EXPECT_EQ(text, autl::test::Golden("resources/apex_versions.txt", text));
 }
 
 // The platform level is read once per process, so each case runs in a process of its own: a death
