@@ -118,16 +118,12 @@ TEST(WorkerTest, ConcurrentStartAndStop_AnswerAsInSomeSerialOrder) {
         std::atomic<bool> stopped = false;
         std::latch go(4);
         std::vector<std::thread> threads;
-        for (int i = 0; i < 3; ++i) {
-            threads.emplace_back([&] {
+        for (int i = 0; i < 4; ++i) {
+            threads.emplace_back([&, i] {
                 go.arrive_and_wait();
-                started += worker->Start();
+                i < 3 ? started += worker->Start() : stopped = worker->Stop();
             });
         }
-        threads.emplace_back([&] {
-            go.arrive_and_wait();
-            stopped = worker->Stop();
-        });
         for (std::thread& thread : threads) thread.join();
         ASSERT_GE(started, 1) << round;
         ASSERT_LE(started, 1 + stopped) << round;
