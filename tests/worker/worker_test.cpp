@@ -4,13 +4,10 @@
 #include <sys/resource.h>
 #include <unistd.h>
 
-#include <atomic>
 #include <condition_variable>
-#include <latch>
 #include <memory>
 #include <mutex>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include <gmock/gmock.h>
@@ -101,34 +98,6 @@ TEST(WorkerTest, StartStopRestart_FreshThreadEachTimeNamedAndLogged) {
                             "V Stop: stop mixer_poll_loops", "I Loop: mixer_poll_loops thread exit",
                             "V Stop: stop mixer_poll_loops",
                             "W Stop: mixer_poll_loops hasn't been started yet"));
-}
-
-// Start and Stop from several threads at once, many times so that they meet in every order, inside
-// a start too (a Start waiting for its thread, or about to name it): they answer as in some serial
-// order, with no second thread, no crash and no hang.
-TEST(WorkerTest, ConcurrentStartAndStop_AnswerAsInSomeSerialOrder) {
-    // libbase sets its logging up on first use behind a check that ThreadSanitizer cannot see: the
-    // first line comes from this thread, before the racing ones exist.
-    LOG(INFO) << "racing Start and Stop";
-    for (int round = 0; round < 100; ++round) {
-        // Three Starts on an idle worker: one starts it. A Stop racing a Start on an idle worker:
-        // either the Stop comes first and fails, or it stops what the Start started.
-        auto worker = std::make_unique<GatedWorker>("racer");
-        std::atomic<int> started = 0;
-        std::atomic<bool> stopped = false;
-        std::latch go(4);
-        std::vector<std::thread> threads;
-        for (int i = 0; i < 4; ++i) {
-            threads.emplace_back([&, i] {
-                go.arrive_and_wait();
-                i < 3 ? started += worker->Start() : stopped = worker->Stop();
-            });
-        }
-        for (std::thread& thread : threads) thread.join();
-        ASSERT_GE(started, 1) << round;
-        ASSERT_LE(started, 1 + stopped) << round;
-        EXPECT_EQ(worker->Stop(), !stopped || started == 2) << round;
-    }
 }
 
 }  // namespace
