@@ -349,7 +349,8 @@ TEST_F(LoggerTest, Histories_GoldenText) {
     entry.steady_start_time -= microseconds(1500);
     entry.count = 4;
     entry.SetExecutionTimeMs();
-    EXPECT_THAT(entry.execution_time, ::testing::AllOf(::testing::Ge(1500), ::testing::Lt(60000000)));
+    EXPECT_THAT(entry.execution_time,
+                ::testing::AllOf(::testing::Ge(1500), ::testing::Lt(60000000)));
     EXPECT_EQ(std::tuple(entry.max_time, entry.min_time, entry.total_time, entry.count),
               std::tuple(entry.execution_time, entry.execution_time, entry.execution_time, 4));
 }
@@ -388,28 +389,29 @@ TEST(ArgumentTest, Compare) {
     // Parcelables, and types above their range, are compared by their bytes.
     check("commands", Parcel(Burst(960)), Parcel(Burst(960)), true);
     check("other commands", Parcel(Burst(960)), Parcel(Burst(480)), false);
-    auto ints = [](int32_t count, int32_t last) {
+    // A parcel of `count` words, all 0 but the last.
+    auto words = [](ArgumentType type, std::vector<int32_t> words, size_t count = 0) {
+        words.insert(words.begin(), count > words.size() ? count - words.size() : 0, 0);
         ndk::ScopedAParcel parcel(AParcel_create());
-        for (int32_t i = 1; i < count; ++i) AParcel_writeInt32(parcel.get(), 0);
-        AParcel_writeInt32(parcel.get(), last);
-        return Argument("p", std::move(parcel), ArgumentType::kAudioPort);
+        for (const int32_t word : words) AParcel_writeInt32(parcel.get(), word);
+        return Argument("p", std::move(parcel), type);
     };
-    check("prefix", ints(1, 0), ints(2, 0), false);
-    check("large", ints(100, 1), ints(100, 1), true);
-    check("other large", ints(100, 1), ints(100, 2), false);
+    const auto kPort = ArgumentType::kAudioPort, kReply = ArgumentType::kStreamDescriptorReply;
+    check("prefix", words(kPort, {0}), words(kPort, {0}, 2), false);
+    check("large", words(kPort, {1}, 100), words(kPort, {1}, 100), true);
+    check("other large", words(kPort, {1}, 100), words(kPort, {2}, 100), false);
     check("type 40", Parcel(Burst(1), 40), Parcel(Burst(1), 40), true);
-    check("empty", Argument("p", ndk::ScopedAParcel(AParcel_create()), ArgumentType::kAudioPort),
-          Argument("p", ndk::ScopedAParcel(AParcel_create()), ArgumentType::kAudioPort), true);
+    check("empty", words(kPort, {}), words(kPort, {}), true);
 
     // Stream replies are equal when all but their positions and latency are.
     using R = StreamDescriptor::Reply;
-    auto reply = [](void (*change)(R&)) {
+    auto reply = [&](void (*change)(R&)) {
         R r;
         r.fmqByteCount = 1920;
         r.state = StreamDescriptor::State::ACTIVE;
         r.observable = {.frames = 480, .timeNs = 1000};
         change(r);
-        return Argument::FromParcelable("ret", r, ArgumentType::kStreamDescriptorReply);
+        return Argument::FromParcelable("ret", r, kReply);
     };
     const Argument base = reply([](R&) {});
     check("frames", base, reply([](R& r) { r.observable.frames = 960; }), true);
@@ -422,19 +424,16 @@ TEST(ArgumentTest, Compare) {
     check("fmq", base, reply([](R& r) { r.fmqByteCount = 960; }), false);
     // Replies of older writers, read in full: one without flushFromPosition, one whose positions
     // lack timeNs.
-    auto words = [](std::initializer_list<int32_t> words) {
-        ndk::ScopedAParcel parcel(AParcel_create());
-        for (const int32_t word : words) AParcel_writeInt32(parcel.get(), word);
-        return Argument("ret", std::move(parcel), ArgumentType::kStreamDescriptorReply);
-    };
     const int32_t active = static_cast<int32_t>(StreamDescriptor::State::ACTIVE);
     const int32_t paused = static_cast<int32_t>(StreamDescriptor::State::PAUSED);
     check("older", base,
-          words({72, 0, 1920, 1, 20, 480, 0, 1000, 0, 1, 20, -1, -1, -1, -1, 0, 0, active}), true);
+          words(kReply, {72, 0, 1920, 1, 20, 480, 0, 1000, 0, 1, 20, -1, -1, -1, -1, 0, 0, active}),
+          true);
     check("older, paused", base,
-          words({72, 0, 1920, 1, 20, 480, 0, 1000, 0, 1, 20, -1, -1, -1, -1, 0, 0, paused}), false);
+          words(kReply, {72, 0, 1920, 1, 20, 480, 0, 1000, 0, 1, 20, -1, -1, -1, -1, 0, 0, paused}),
+          false);
     check("older positions", base,
-          words({64, 0, 1920, 1, 12, 480, 0, 1, 12, -1, -1, 0, 0, active, 0, 0}), true);
+          words(kReply, {64, 0, 1920, 1, 12, 480, 0, 1, 12, -1, -1, 0, 0, active, 0, 0}), true);
     // A reply that cannot be read back never compares equal.
     const Argument broken = Parcel(Burst(960), 18);
     EXPECT_FALSE(CompareArgument(broken, broken));
