@@ -1,6 +1,7 @@
 #include <dumpsys/dumpsys.h>
 #include <dumpsys/yaml.h>
 
+#include <android-base/strings.h>
 #include <fcntl.h>
 #include <pthread.h>
 #include <signal.h>
@@ -95,26 +96,6 @@ TEST(DumpsysTest, Lines_OneWriteEachToTheDescriptorsOfTheRecordAndItsCopies) {
     close(fds[1]);
 }
 
-TEST(DumpsysTest, IndentationAndFilters) {
-    for (const auto& [indentation, spaces] :
-         std::vector<std::pair<uint32_t, size_t>>{{0, 0}, {3, 3}, {44, 44}, {45, 44}, {1000, 44}})
-        EXPECT_EQ(Written(indentation, {}, "t", "x"), std::string(spaces, ' ') + "x\n");
-    // A line is written when there are no filters, its title is empty or a filter is a prefix of
-    // its title.
-    const std::tuple<std::vector<std::string_view>, const char*, bool> cases[] = {
-            {{}, "AUtl::Resources", true},
-            {{"AUtl::Log"}, "AUtl::Logger", true},
-            {{"AUtl::Log"}, "AUtl::Resources", false},
-            {{"AUtl::Log"}, "AUtl", false},
-            {{"AUtl::Log"}, nullptr, true},
-            {{"AUtl::Res", "AUtl::Log"}, "AUtl::Logger", true},
-            {{"autl::log"}, "AUtl::Logger", false},
-            {{""}, "AUtl::Logger", true}};
-    for (const auto& [filters, title, written] : cases) {
-        EXPECT_EQ(Written(0, filters, title, "x"), written ? "x\n" : "") << (title ? title : "-");
-    }
-}
-
 // Lines into a pipe whose reader is gone, inside nested scopes and after them, with SIGPIPE's
 // default action (which would end the process): the writes fail, no SIGPIPE is left pending, and
 // the signal mask is what it was.
@@ -169,6 +150,23 @@ TEST(DumpsysTest, SplitAndYaml_GoldenText) {
         Dumpsys::SplitInternal(info, text, true, "P: ");
     }
     std::string text = written.str();
+    // Indentation stops at 44 spaces. A line is written when there are no filters, its title is
+    // empty or a filter is a prefix of its title, case and all; each written here names its
+    // filters and title.
+    for (const uint32_t indentation : {3, 44, 45, 1000}) text += Written(indentation, {}, "t", "x");
+    const std::pair<std::vector<std::string_view>, const char*> filtered[] = {
+            {{}, "AUtl::Resources"},
+            {{"AUtl::Log"}, "AUtl::Logger"},
+            {{"AUtl::Log"}, "AUtl::Resources"},
+            {{"AUtl::Log"}, "AUtl"},
+            {{"AUtl::Log"}, nullptr},
+            {{"AUtl::Res", "AUtl::Log"}, "AUtl::Logger"},
+            {{"autl::log"}, "AUtl::Logger"},
+            {{""}, "AUtl::Logger"}};
+    for (const auto& [filters, title] : filtered) {
+        const std::string name = android::base::Join(filters, '|') + " on " + (title ? title : "-");
+        text += Written(0, filters, title, name);
+    }
 
     // Each mapping in flow and in block style. A value that begins with a newline is a nested
     // block and forces block style, where a nested sequence's items stay at the key's column; other

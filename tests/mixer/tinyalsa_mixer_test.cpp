@@ -177,20 +177,18 @@ TEST_F(TinyalsaMixerTest, Transcript_GoldenText) {
     EXPECT_EQ(transcript_, autl::test::Golden("mixer/transcript.txt", transcript_));
 }
 
-// SetIntegerValue goes through the virtual SetIntegerValues.
-TEST_F(TinyalsaMixerTest, SetIntegerValue_GoesThroughSetIntegerValues) {
+// SetIntegerValue goes through the virtual SetIntegerValues, and answers as it does.
+TEST(TinyalsaMixerOverrideTest, SetIntegerValue_GoesThroughSetIntegerValues) {
     struct RecordingMixer : TinyalsaMixer {
         bool SetIntegerValues(std::string_view name, const long* values, int count) override {
-            recorded = std::string(name) + " " + std::to_string(*values) + " x" +
-                       std::to_string(count);
-            return TinyalsaMixer::SetIntegerValues(name, values, count);
+            recorded += std::string(name) + " " + std::to_string(*values) + " x" +
+                        std::to_string(count);
+            return true;
         }
         std::string recorded;
     } recording;
-    ASSERT_TRUE(recording.Open(0));
     EXPECT_TRUE(recording.SetIntegerValue("Volume", 12));
     EXPECT_EQ(recording.recorded, "Volume 12 x1");
-    EXPECT_THAT(volume_.values, ElementsAre(12, 0));
 }
 
 }  // namespace
