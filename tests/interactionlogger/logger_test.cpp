@@ -241,11 +241,8 @@ TEST_F(LoggerTest, Fold_OnlyTheSameClosedCall) {
     for (const auto& c : kCases) {
         Logger folding(1 << 20);
         LogEntry* prev = folding.Append(Call("f"));
-        prev->count = c.count;
-        prev->total_time = c.total;
-        LogEntry last = Call("f", Value(1), c.last_total);
-        last.count = c.last_count;
-        folding.Append(std::move(last));
+        std::tie(prev->count, prev->total_time) = std::pair(c.count, c.total);
+        folding.Append(Call("f", Value(1), c.last_total))->count = c.last_count;
         folding.FoldContiguousDuplicatedEntry();
         folding.ForEachEntry([&](const LogEntry& e) {
             EXPECT_EQ(std::pair(e.count, e.total_time), std::pair(c.folded_count, c.folded_total));
@@ -349,10 +346,10 @@ TEST_F(LoggerTest, Histories_GoldenText) {
     entry.steady_start_time -= microseconds(1500);
     entry.count = 4;
     entry.SetExecutionTimeMs();
-    EXPECT_THAT(entry.execution_time,
-                ::testing::AllOf(::testing::Ge(1500), ::testing::Lt(60000000)));
     EXPECT_EQ(std::tuple(entry.max_time, entry.min_time, entry.total_time, entry.count),
               std::tuple(entry.execution_time, entry.execution_time, entry.execution_time, 4));
+    EXPECT_THAT(entry.execution_time,
+                ::testing::AllOf(::testing::Ge(1500), ::testing::Lt(60000000)));
 }
 
 // Values that an int32_t, a float or a bool would silently change do not compile.
