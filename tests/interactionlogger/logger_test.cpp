@@ -219,14 +219,6 @@ TEST_F(LoggerTest, Fold_OnlyTheSameClosedCall) {
         EXPECT_EQ(logger.GetEntryCount(), what == differences.back().first ? 1u : 2u);
     }
 
-    // Only the newest two are compared.
-    Logger logger(1 << 20);
-    for (const char* function : {"a", "b", "a"}) {
-        logger.Append(Call(function));
-        logger.FoldContiguousDuplicatedEntry();
-    }
-    EXPECT_EQ(logger.GetEntryCount(), 3u);
-
     // An entry that already counts several calls adds them all. The count stops at INT32_MAX, and
     // the calls beyond it stay out of the total, so the average stays that of the calls counted.
     constexpr int32_t kMax = std::numeric_limits<int32_t>::max();
