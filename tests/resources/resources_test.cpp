@@ -153,24 +153,22 @@ TEST(ResourcesTest, ApexVersion_OnlyOnNewEnoughPlatforms) {
     GTEST_SKIP() << "the build properties of a device cannot be set";
 #endif
     GTEST_FLAG_SET(death_test_style, "threadsafe");
-    const struct {
-        const char* sdk;  // "" leaves the property missing
-        const char* codename;
-        int expected_calls;
-    } cases[] = {{"", "", 1}, {"36", "REL", 0}, {"37", "REL", 1}, {"36", "Baklava", 1}};
-    for (const auto& c : cases) {
-        SCOPED_TRACE(std::string(c.sdk) + "/" + c.codename);
+    // The level, the codename ("" leaves a property missing) and how many times the APEX is asked.
+    const std::tuple<const char*, const char*, int> cases[] = {
+            {"", "", 1}, {"36", "REL", 0}, {"37", "REL", 1}, {"36", "Baklava", 1}};
+    for (const auto& [sdk, codename, expected_calls] : cases) {
+        SCOPED_TRACE(std::string(sdk) + "/" + codename);
         EXPECT_EXIT(
                 {
-                    android::base::SetProperty("ro.build.version.sdk", c.sdk);
-                    android::base::SetProperty("ro.build.version.codename", c.codename);
+                    android::base::SetProperty("ro.build.version.sdk", sdk);
+                    android::base::SetProperty("ro.build.version.codename", codename);
                     installed = 7;
                     asked.clear();
                     // Unasked, the version is unknown.
                     const int32_t minor = Resources().GetResourceApexVersion().minor;
                     _exit(minor == (asked.size() == 1 ? 7 : -1) ? asked.size() : 100);
                 },
-                testing::ExitedWithCode(c.expected_calls), "");
+                testing::ExitedWithCode(expected_calls), "");
     }
 }
 
