@@ -20,21 +20,18 @@ namespace {
 
 using ::testing::ElementsAre;
 
-std::string Show(bool answer) {
-    return answer ? "true" : "false";
-}
-
+// An answer as text: none for an empty optional, a text in quotes, a list in brackets.
 template <typename T>
-std::string Show(const std::optional<T>& answer) {
-    if constexpr (std::is_same_v<T, std::string_view>) {
+std::string Show(const T& answer) {
+    if constexpr (std::is_same_v<T, bool>) {
+        return answer ? "true" : "false";
+    } else if constexpr (std::is_same_v<T, std::vector<std::string_view>>) {
+        return "[" + android::base::Join(answer, ", ") + "]";
+    } else if constexpr (std::is_same_v<T, std::optional<std::string_view>>) {
         return answer ? "\"" + std::string(*answer) + "\"" : "none";
     } else {
         return answer ? std::to_string(*answer) : "none";
     }
-}
-
-std::string Show(const std::vector<std::string_view>& answer) {
-    return "[" + android::base::Join(answer, ", ") + "]";
 }
 
 // Runs an operation and writes it down, with its answer.

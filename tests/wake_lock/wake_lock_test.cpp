@@ -12,15 +12,14 @@
 #include "log_capture.h"
 
 // The platform's wake lock calls, replaced at the link seam: each is recorded and answers `result`,
-// setting errno to `error` when it fails.
+// setting errno to EACCES when it fails.
 namespace {
 std::vector<std::string> calls;
 int result = 0;
-int error = 0;
 
 int Answer(std::string call) {
     calls.push_back(std::move(call));
-    if (result != 0) errno = error;
+    if (result != 0) errno = EACCES;
     return result;
 }
 }  // namespace
@@ -46,7 +45,6 @@ TEST(WakeLockTest, EachCallReachesThePlatformAndIsLogged) {
         autl::test::LogCapture logs;
         calls.clear();
         result = answer;
-        error = EACCES;
         WakeLock wake_lock("hal");
         errno = 0;
         EXPECT_EQ(wake_lock.Acquire(), answer == 0);
