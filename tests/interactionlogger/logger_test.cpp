@@ -180,8 +180,7 @@ TEST_F(LoggerTest, Fold_OnlyTheSameClosedCall) {
         LogEntry& older;
         LogEntry& newer;
     };
-    using Change = void (*)(Pair);
-    const std::vector<std::pair<const char*, Change>> differences = {
+    const std::pair<const char*, void (*)(Pair)> differences[] = {
             {"function", [](Pair p) { p.newer.function_name = "getMasterMute"; }},
             {"class", [](Pair p) { p.newer.class_name = "IStreamOut"; }},
             {"argument", [](Pair p) { p.newer.arguments = Value(2); }},
@@ -210,7 +209,7 @@ TEST_F(LoggerTest, Fold_OnlyTheSameClosedCall) {
         change({logger, *older, newer});
         logger.Append(std::move(newer));
         logger.FoldContiguousDuplicatedEntry();
-        EXPECT_EQ(logger.GetEntryCount(), what == differences.back().first ? 1u : 2u);
+        EXPECT_EQ(logger.GetEntryCount(), what == std::end(differences)[-1].first ? 1u : 2u);
     }
 
     // An entry that already counts several calls adds them all. The count stops at INT32_MAX, and

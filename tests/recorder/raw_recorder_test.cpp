@@ -2,9 +2,7 @@
 
 #include <android-base/file.h>
 #include <android-base/stringprintf.h>
-#include <signal.h>
 #include <stdlib.h>
-#include <sys/resource.h>
 #include <sys/stat.h>
 #include <time.h>
 #include <unistd.h>
@@ -224,8 +222,7 @@ TEST_F(RecorderTest, WaveHeaderAndFormatWord_FollowTheStreamsFormat) {
             {1, -1, 48000, 2, 0x0135f007},
     };
     for (const auto& c : cases) {
-        SCOPED_TRACE(android::base::StringPrintf("%d channels, %u Hz, type %d", c.channels, c.rate,
-                                                 c.pcm_type));
+        SCOPED_TRACE(&c - cases);  // the row
         TemporaryDir dir;
         const auto pcm_type = static_cast<PcmType>(c.pcm_type);
         WaveRecorder wave(dir.path, "wav", c.channels, c.rate, pcm_type);

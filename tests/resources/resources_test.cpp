@@ -24,7 +24,6 @@
 // `installed`, if set. The library looks that call up at run time, in the program's exported
 // symbols (see CMakeLists.txt and Android.bp).
 struct AApexInfo {
-    std::string name;
     int64_t version;
 };
 
@@ -41,7 +40,7 @@ AApexInfoError AApexInfo_createWithName(const char* name, AApexInfo** info);
 
 AApexInfoError AApexInfo_createWithName(const char* name, AApexInfo** info) {
     asked.emplace_back(name);
-    *info = installed.has_value() ? new AApexInfo{name, *installed} : nullptr;
+    *info = installed.has_value() ? new AApexInfo{*installed} : nullptr;
     open_handles += *info != nullptr;
     return *info != nullptr ? AAPEXINFO_OK : AAPEXINFO_INVALID_APEX;
 }

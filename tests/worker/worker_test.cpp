@@ -82,8 +82,7 @@ TEST(WorkerTest, StartStopRestart_FreshThreadEachTimeNamedAndLogged) {
     ASSERT_TRUE(worker->Start());
     const auto calls = worker->WaitForCalls(2);
     ASSERT_TRUE(worker->Stop());
-    EXPECT_NE(calls[0].first, gettid());
-    EXPECT_NE(calls[1].first, calls[0].first);
+    EXPECT_TRUE(calls[0].first != gettid() && calls[1].first != calls[0].first);
     worker.reset();  // its destructor's Stop finds it stopped; ~Worker stays quiet
     EXPECT_THAT(logs.Lines("AUtl::Worker"),
                 ElementsAre("V Stop: stop mixer_poll_loops",
