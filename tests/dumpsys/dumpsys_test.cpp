@@ -34,8 +34,7 @@ std::string Written(uint32_t indentation, std::vector<std::string_view> filters,
 // exactly how many writes a dump made and what each carried.
 TEST(DumpsysTest, Lines_OneWriteEachToTheDescriptorsOfTheRecordAndItsCopies) {
     int fds[2];
-    ASSERT_EQ(0, socketpair(AF_UNIX, SOCK_SEQPACKET, 0, fds));
-    ASSERT_EQ(0, fcntl(fds[1], F_SETFL, O_NONBLOCK));
+    ASSERT_EQ(0, socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_NONBLOCK, 0, fds));
     auto messages = [&] {
         Lines messages;
         char buffer[4096];

@@ -357,8 +357,7 @@ TEST(ArgumentTest, Compare) {
     check("other texts", Argument("x", "abc"), Argument("x", "abd"), false);
     check("NUL", Argument("x", "ab"), Argument("x", std::string("ab\0", 3)), false);
     Argument text("x", "1");
-    text.type = ArgumentType::kInt;
-    check("alternatives", Argument("x", 1), text, false);
+    check("alternatives", Argument("x", 1), (text.type = ArgumentType::kInt, text), false);
     // A parcel of a plain type is equal only to itself.
     const Argument parcel = Parcel(Burst(960), 4);
     EXPECT_TRUE(CompareArgument(parcel, parcel));

@@ -106,9 +106,7 @@ TEST(ResourcesTest, Lookups_GoldenText) {
                 fresh.GetFolderPath(key) + "\n";
     }
     autl::test::LogCapture logs;
-    for (const char* file : {"x", "hrtf", "other"}) {
-        text += fresh.GetFilePath("spatializer", file) + "\n";
-    }
+    for (const char* file : {"x", "hrtf", "other"}) text += fresh.GetFilePath("spatializer", file);
     text += fresh.GetFilePath("x", "y") + "\n";
     for (const std::string& line : logs.Lines("AUtl::Resources")) text += line + "\n";
     Resources one(root);
