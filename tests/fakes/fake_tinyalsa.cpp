@@ -1,28 +1,15 @@
 #include "fake_tinyalsa.h"
 
-#include <algorithm>
 #include <cerrno>
 #include <cstring>
-#include <thread>
 
 namespace {
 
-// Records one call for as long as it runs.
-struct FakeCall {
-    explicit FakeCall(std::string call) : fake(*autl::test::FakeTinyalsa::current) {
-        std::lock_guard lock(fake.mutex);
-        fake.calls.push_back(std::move(call));
-        fake.max_running = std::max(fake.max_running, ++fake.running);
-    }
-    ~FakeCall() {
-        // Gives another thread the chance to enter while this call runs.
-        std::this_thread::yield();
-        std::lock_guard lock(fake.mutex);
-        --fake.running;
-    }
-
-    autl::test::FakeTinyalsa& fake;
-};
+// Records one call; returns the fake.
+autl::test::FakeTinyalsa& Called(std::string call) {
+    autl::test::FakeTinyalsa::current->calls.push_back(std::move(call));
+    return *autl::test::FakeTinyalsa::current;
+}
 
 std::string Describe(const mixer_ctl* ctl, size_t number) {
     return ctl->name + ", " + std::to_string(number);
@@ -39,31 +26,31 @@ constexpr size_t kIec958Size = 176;
 }  // namespace
 
 struct mixer* mixer_open(unsigned int card) {
-    FakeCall call("mixer_open(" + std::to_string(card) + ")");
-    const auto it = call.fake.cards.find(card);
-    if (it == call.fake.cards.end()) return nullptr;
+    auto& fake = Called("mixer_open(" + std::to_string(card) + ")");
+    const auto it = fake.cards.find(card);
+    if (it == fake.cards.end()) return nullptr;
     it->second.known_controls = it->second.controls.size();
     return &it->second;
 }
 
 void mixer_close(struct mixer* mixer) {
-    FakeCall call("mixer_close(" + std::to_string(mixer->card) + ")");
+    Called("mixer_close(" + std::to_string(mixer->card) + ")");
 }
 
 int mixer_add_new_ctls(struct mixer* mixer) {
-    FakeCall call("mixer_add_new_ctls(" + std::to_string(mixer->card) + ")");
+    Called("mixer_add_new_ctls(" + std::to_string(mixer->card) + ")");
     if (mixer->add_new_ctls_result.has_value()) return *mixer->add_new_ctls_result;
     mixer->known_controls = mixer->controls.size();
     return 0;
 }
 
 const char* mixer_get_name(const struct mixer* mixer) {
-    FakeCall call("mixer_get_name(" + std::to_string(mixer->card) + ")");
+    Called("mixer_get_name(" + std::to_string(mixer->card) + ")");
     return mixer->name;
 }
 
 struct mixer_ctl* mixer_get_ctl_by_name(struct mixer* mixer, const char* name) {
-    FakeCall call("mixer_get_ctl_by_name(" + std::to_string(mixer->card) + ", \"" + name + "\")");
+    Called("mixer_get_ctl_by_name(" + std::to_string(mixer->card) + ", \"" + name + "\")");
     for (size_t i = 0; i < mixer->known_controls; ++i) {
         if (mixer->controls[i].name == name) return &mixer->controls[i];
     }
@@ -71,7 +58,7 @@ struct mixer_ctl* mixer_get_ctl_by_name(struct mixer* mixer, const char* name) {
 }
 
 int mixer_ctl_get_array(const struct mixer_ctl* ctl, void* array, size_t count) {
-    FakeCall call("mixer_ctl_get_array(" + Describe(ctl, count) + ")");
+    Called("mixer_ctl_get_array(" + Describe(ctl, count) + ")");
     if (ctl->get_array_result.has_value()) return *ctl->get_array_result;
     if (!IsArrayAccessible(ctl, array, count)) return -EINVAL;
     for (size_t i = 0; i < count; ++i) {
@@ -88,7 +75,7 @@ int mixer_ctl_get_array(const struct mixer_ctl* ctl, void* array, size_t count) 
 }
 
 int mixer_ctl_get_value(const struct mixer_ctl* ctl, unsigned int id) {
-    FakeCall call("mixer_ctl_get_value(" + Describe(ctl, id) + ")");
+    Called("mixer_ctl_get_value(" + Describe(ctl, id) + ")");
     if (ctl->get_value_result.has_value()) return *ctl->get_value_result;
     if (id >= ctl->values.size() || ctl->type == MIXER_CTL_TYPE_INT64 ||
         ctl->type == MIXER_CTL_TYPE_IEC958) {
@@ -98,30 +85,30 @@ int mixer_ctl_get_value(const struct mixer_ctl* ctl, unsigned int id) {
 }
 
 unsigned int mixer_ctl_get_num_values(const struct mixer_ctl* ctl) {
-    FakeCall call("mixer_ctl_get_num_values(" + ctl->name + ")");
+    Called("mixer_ctl_get_num_values(" + ctl->name + ")");
     return static_cast<unsigned int>(ctl->values.size());
 }
 
 enum mixer_ctl_type mixer_ctl_get_type(const struct mixer_ctl* ctl) {
-    FakeCall call("mixer_ctl_get_type(" + ctl->name + ")");
+    Called("mixer_ctl_get_type(" + ctl->name + ")");
     return ctl->type;
 }
 
 // The item count shares its place in the control's info with an integer control's minimum.
 unsigned int mixer_ctl_get_num_enums(const struct mixer_ctl* ctl) {
-    FakeCall call("mixer_ctl_get_num_enums(" + ctl->name + ")");
+    Called("mixer_ctl_get_num_enums(" + ctl->name + ")");
     return ctl->type == MIXER_CTL_TYPE_ENUM ? static_cast<unsigned int>(ctl->items.size())
                                             : static_cast<unsigned int>(ctl->min);
 }
 
 const char* mixer_ctl_get_enum_string(struct mixer_ctl* ctl, unsigned int enum_id) {
-    FakeCall call("mixer_ctl_get_enum_string(" + Describe(ctl, enum_id) + ")");
+    Called("mixer_ctl_get_enum_string(" + Describe(ctl, enum_id) + ")");
     return ctl->type == MIXER_CTL_TYPE_ENUM && enum_id < ctl->items.size() ? ctl->items[enum_id]
                                                                            : nullptr;
 }
 
 int mixer_ctl_set_array(struct mixer_ctl* ctl, const void* array, size_t count) {
-    FakeCall call("mixer_ctl_set_array(" + Describe(ctl, count) + ")");
+    Called("mixer_ctl_set_array(" + Describe(ctl, count) + ")");
     if (!IsArrayAccessible(ctl, array, count)) return -EINVAL;
     for (size_t i = 0; i < ctl->values.size(); ++i) {
         if (i >= count) {
@@ -139,7 +126,7 @@ int mixer_ctl_set_array(struct mixer_ctl* ctl, const void* array, size_t count) 
 }
 
 int mixer_ctl_set_enum_by_string(struct mixer_ctl* ctl, const char* string) {
-    FakeCall call("mixer_ctl_set_enum_by_string(" + ctl->name + ", \"" + string + "\")");
+    Called("mixer_ctl_set_enum_by_string(" + ctl->name + ", \"" + string + "\")");
     for (size_t i = 0; i < ctl->items.size(); ++i) {
         if (ctl->items[i] != nullptr && std::strcmp(ctl->items[i], string) == 0) {
             ctl->values = {static_cast<long>(i)};

@@ -1,12 +1,11 @@
 #pragma once
 
-// A scriptable fake of tinyalsa's mixer calls. Linked into a test program, its definitions of the
-// calls take the place of libtinyalsa's for the whole process, the library's calls included.
-// Cards and controls are plain records that a test fills in and inspects; every call is recorded.
-// The calls check buffers, counts and control types and refuse with -EINVAL, and copy values, as
-// tinyalsa 2.x does (a long per boolean or integer value, a byte per byte value, a whole IEC958
-// block per IEC958 value), unless a control scripts another answer; mixer and control handles must
-// be valid.
+// A scriptable fake of tinyalsa's mixer calls. Linked into a program, its definitions take the
+// place of libtinyalsa's, the library's calls included. Cards and controls are plain records that a
+// test fills in and inspects; every call is recorded. The calls refuse bad buffers, counts and
+// control types with -EINVAL and copy values as tinyalsa 2.x does (a long per boolean or integer
+// value, a byte per byte value, a whole IEC958 block per IEC958 value), unless a control scripts
+// another answer.
 //
 //   FakeTinyalsa tinyalsa;
 //   mixer& card = tinyalsa.AddCard(0, "Test Card");
@@ -18,7 +17,6 @@
 
 #include <deque>
 #include <map>
-#include <mutex>
 #include <optional>
 #include <string>
 #include <vector>
@@ -26,9 +24,8 @@
 struct mixer_ctl {
     std::string name;
     mixer_ctl_type type;
-    // Boolean and integer controls: the values. Byte controls: one byte per entry. Enumerated
-    // controls: the selected item. IEC958 controls: one entry per block, every byte of the block
-    // read as the entry's low byte.
+    // One entry per value; of an enumerated control, the selected item; of an IEC958 control, one
+    // per block, every byte of which reads as the entry's low byte.
     std::vector<long> values;
     // The item texts of an enumerated control; a null entry is an item without text.
     std::vector<const char*> items = {};
@@ -52,13 +49,10 @@ struct mixer {
 
 namespace autl::test {
 
-// The calls use the fake that lives (at most one at a time). A test reads and clears `calls` and
-// reads `max_running` while no call runs.
+// The calls use the fake that lives (at most one at a time).
 struct FakeTinyalsa {
     FakeTinyalsa() { current = this; }
     ~FakeTinyalsa() { current = nullptr; }
-    FakeTinyalsa(const FakeTinyalsa&) = delete;
-    FakeTinyalsa& operator=(const FakeTinyalsa&) = delete;
 
     // A card that mixer_open(number) opens. The reference stays valid while the fake lives.
     mixer& AddCard(unsigned int number, const char* name) {
@@ -67,13 +61,8 @@ struct FakeTinyalsa {
 
     static inline FakeTinyalsa* current = nullptr;
     std::map<unsigned int, mixer> cards;
-    // One line per call, in order, written like the call: "mixer_ctl_get_array(Volume, 1)" (a
-    // control by name, a mixer by card number, text in quotes).
+    // One line per call, written like the call: "mixer_ctl_get_array(Volume, 1)".
     std::vector<std::string> calls;
-    // The largest number of calls that ran at the same time.
-    int max_running = 0;
-    int running = 0;
-    std::mutex mutex;  // guards the three above while calls run
 };
 
 }  // namespace autl::test

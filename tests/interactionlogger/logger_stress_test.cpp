@@ -6,7 +6,6 @@
 #include <interactionlogger/logger.h>
 
 #include <atomic>
-#include <functional>
 #include <latch>
 #include <sstream>
 #include <thread>
@@ -18,129 +17,84 @@ namespace {
 
 using aidl::android::hardware::audio::core::StreamDescriptor;
 
-// One module call of a few kinds, so that some runs fold and others do not. Its return value and
-// error code repeat its "id" argument, so that an entry that got another call's shows.
-void LogModuleCall(Logger& logger, int thread, int i) {
-    const int32_t id = (thread + i / 8) % 3;
-    std::vector<Argument> arguments;
-    arguments.emplace_back("id", id);
-    if (i % 3 == 0) arguments.emplace_back("name", thread % 2 == 0 ? "speaker" : "earpiece");
-    PendingEntry call = logger.Begin(
-            LogEntry("IModule", i % 5 == 0 ? "setMode" : "setMasterMute", std::move(arguments)));
-    call.SetReturn(Argument("ret", id));
-    call.SetErrorCode(-id);
-}
-
-// A stream's commands and replies, as its worker logs them: runs of 50 equal commands, and
-// internal errors if `errors`.
-void LogStreamCall(StreamLogger& stream, int i, bool errors) {
-    stream.LogCommand(StreamDescriptor::Command::make<StreamDescriptor::Command::burst>(
-            i % 100 < 50 ? 960 : 1920));
-    if (errors && i % 13 == 0) stream.LogInternalError(StreamLogger::Error::kTransferFailed);
-    StreamDescriptor::Reply reply;
-    reply.observable.frames = i;
-    stream.LogReply(reply);
-}
-
-// Starts every task on its own thread at the same time and waits for all of them.
-void RunTogether(const std::vector<std::function<void()>>& tasks) {
-    std::latch start(static_cast<ptrdiff_t>(tasks.size()));
-    std::vector<std::thread> threads;
-    for (const auto& task : tasks) {
-        threads.emplace_back([&] {
-            start.arrive_and_wait();
-            task();
-        });
-    }
-    for (std::thread& thread : threads) thread.join();
-}
-
-// Dumps the stream in both ways and the logger, if any, in both layouts.
-bool Dumps(Logger* logger, StreamLogger& stream) {
-    std::stringbuf text;
-    dumpsys::DumpsysInfo info;
-    info.stream_buffer = &text;
-    if (logger != nullptr) {
-        logger->Dump(info);
-        logger->DumpDetails(info, false);
-    }
-    stream.Dump(info);
-    return text.str().starts_with("Interaction logger(") &&
-           stream.ToString().starts_with("Interaction logger(");
-}
-
-// Checks that the charge is the sum of the entries' charges and that every entry is closed; returns
-// the calls they hold.
-int64_t CheckedCalls(const Logger& logger) {
-    uint64_t bytes = 0;
-    int64_t calls = 0;
-    logger.ForEachEntry([&](const LogEntry& e) {
-        bytes += Logger::kEntrySize + e.arguments_size;
-        calls += e.count;
-        EXPECT_GE(e.count, 1);
-        EXPECT_GE(e.execution_time, 0);
-    });
-    EXPECT_EQ(logger.GetBytes(), bytes);
-    return calls;
-}
-
-// Four producers and a stream worker log while one thread dumps and another resets and changes
-// the audio state, with budgets that push entries out all the time. Then again with budgets that
-// push nothing out and two threads dumping the stream: every call is counted once, equal pairs
-// fold.
+// Four producers and a stream worker log while two threads dump, one of them also resetting and
+// changing the audio state, with budgets that push entries out all the time. Then again with
+// budgets that push nothing out and without resets: every call is counted once, equal pairs fold.
+// Every entry is closed, every module call keeps its own return value and error code (both repeat
+// its "id" argument), and the charge is the sum of the entries' charges.
 TEST(LoggerStressTest, ProducersDumpsAndResets_StayConsistent) {
     for (const bool evicting : {true, false}) {
         SCOPED_TRACE(evicting ? "evicting" : "not evicting");
         const uint64_t budget = evicting ? 4 * 1024 : 64 * 1024 * 1024;
         Logger logger(budget);
         StreamLogger stream(budget / 2);
-        // Dumps of a history that grows without bound would make the run quadratic.
-        Logger* dumped = evicting ? &logger : nullptr;
         std::atomic<int> running = 5;
-        std::vector<std::function<void()>> tasks;
-        for (int t = 0; t < 4; ++t) {
-            tasks.push_back([&, t] {
-                for (int i = 0; i < 2000; ++i) LogModuleCall(logger, t, i);
-                --running;
+        std::latch start(7);
+        std::vector<std::thread> threads;
+        for (int t = 0; t < 7; ++t) {
+            threads.emplace_back([&, t] {
+                start.arrive_and_wait();
+                // A few kinds of call, so that some runs fold and others do not.
+                for (int i = 0; t < 4 && i < 2000; ++i) {
+                    const int32_t id = (t + i / 8) % 3;
+                    std::vector<Argument> arguments;
+                    arguments.emplace_back("id", id);
+                    if (i % 3 == 0) arguments.emplace_back("name", t % 2 ? "earpiece" : "speaker");
+                    PendingEntry call = logger.Begin(
+                            LogEntry("IModule", i % 5 == 0 ? "setMode" : "setMasterMute",
+                                     std::move(arguments)));
+                    call.SetReturn(Argument("ret", id));
+                    call.SetErrorCode(-id);
+                }
+                // Runs of 50 equal commands, and internal errors if evicting.
+                for (int i = 0; t == 4 && i < 3000; ++i) {
+                    stream.LogCommand(
+                            StreamDescriptor::Command::make<StreamDescriptor::Command::burst>(
+                                    i % 100 < 50 ? 960 : 1920));
+                    if (evicting && i % 13 == 0) {
+                        stream.LogInternalError(StreamLogger::Error::kTransferFailed);
+                    }
+                    StreamDescriptor::Reply reply;
+                    reply.observable.frames = i;
+                    stream.LogReply(reply);
+                }
+                if (t < 5) --running;
+                for (int i = 0; t > 4 && running > 0; ++i) {
+                    std::stringbuf text;
+                    dumpsys::DumpsysInfo info;
+                    info.stream_buffer = &text;
+                    // Dumps of a history that grows without bound would make the run quadratic.
+                    if (evicting) logger.Dump(info);
+                    stream.Dump(info);
+                    EXPECT_TRUE(text.str().starts_with("Interaction logger("));
+                    if (t == 5 || !evicting) continue;
+                    if (i % 64 == 0) logger.Reset();
+                    if (i % 96 == 0) stream.GetLogger().Reset();
+                    logger.SetAudioMode(i % 3);
+                    logger.SetScoEnabled(i % 2 == 0);
+                    stream.GetLogger().SetLeSuspended(i % 2 == 0);
+                }
             });
         }
-        tasks.push_back([&] {
-            for (int i = 0; i < 3000; ++i) LogStreamCall(stream, i, evicting);
-            --running;
-        });
-        tasks.push_back([&] {
-            while (running > 0) EXPECT_TRUE(Dumps(dumped, stream));
-        });
-        tasks.push_back([&] {
-            for (int i = 0; running > 0; ++i) {
-                if (!evicting) {
-                    EXPECT_TRUE(Dumps(dumped, stream));
-                    continue;
-                }
-                if (i % 64 == 0) logger.Reset();
-                if (i % 96 == 0) stream.GetLogger().Reset();
-                logger.SetAudioMode(i % 3);
-                logger.SetScoEnabled(i % 2 == 0);
-                stream.GetLogger().SetLeSuspended(i % 2 == 0);
-                std::this_thread::yield();
-            }
-        });
-        RunTogether(tasks);
+        for (std::thread& thread : threads) thread.join();
 
-        const int64_t module_calls = CheckedCalls(logger);
-        const int64_t stream_calls = CheckedCalls(stream.GetLogger());
-        EXPECT_LE(logger.GetBytes(), budget);
-        EXPECT_LE(stream.GetLogger().GetBytes(), budget / 2);
-        // Every module call's return value and error code are its own.
-        logger.ForEachEntry([](const LogEntry& e) {
-            const int32_t id = std::get<int32_t>(e.arguments.at(0).value);
-            ASSERT_TRUE(e.ret.has_value());
-            EXPECT_EQ(std::get<int32_t>(e.ret->value), id);
-            EXPECT_EQ(e.ecode, -id);
-        });
+        int64_t calls[2] = {};
+        for (const Logger* history : {&logger, &stream.GetLogger()}) {
+            uint64_t bytes = 0;
+            history->ForEachEntry([&](const LogEntry& e) {
+                bytes += Logger::kEntrySize + e.arguments_size;
+                calls[history == &logger ? 0 : 1] += e.count;
+                EXPECT_GE(e.execution_time, 0);
+                if (history != &logger) return;
+                const int32_t id = std::get<int32_t>(e.arguments.at(0).value);
+                EXPECT_EQ(std::pair(std::get<int32_t>(e.ret.value().value), e.ecode),
+                          std::pair(id, -id));
+            });
+            EXPECT_EQ(history->GetBytes(), bytes);
+            EXPECT_LE(bytes, history == &logger ? budget : budget / 2);
+        }
         if (!evicting) {
-            EXPECT_EQ(module_calls, 4 * 2000);
-            EXPECT_EQ(stream_calls, 3000);
+            EXPECT_EQ(std::pair(calls[0], calls[1]), std::pair(int64_t{4 * 2000}, int64_t{3000}));
             EXPECT_EQ(stream.GetLogger().GetEntryCount(), 3000u / 50);
         }
     }

@@ -1,26 +1,29 @@
+// Argument, LogEntry, Logger and StreamLogger. The text of every layout, with every kind of
+// argument, is compared whole with the golden file tests/data/interactionlogger/dump.txt;
+// AUTL_UPDATE_GOLDEN=1 rewrites it instead.
+
 #include <interactionlogger/logger.h>
 
-#include <stdlib.h>
 #include <time.h>
 
-#include <latch>
+#include <cmath>
 #include <limits>
+#include <regex>
 #include <sstream>
-#include <thread>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "golden.h"
 #include "log_capture.h"
 
 namespace vendor::zentro::tevrash::audio::hal::utils::interactionlogger {
 namespace {
 
-using ::testing::HasSubstr;
-using ::testing::IsEmpty;
-using Lines = std::vector<std::string>;
-
-const std::string kRule(142, '=');
+using aidl::android::hardware::audio::core::StreamDescriptor;
+using Command = StreamDescriptor::Command;
+using Reply = StreamDescriptor::Reply;
+using std::chrono::microseconds;
 
 std::vector<Argument> Value(int32_t value) {
     std::vector<Argument> arguments;
@@ -33,29 +36,44 @@ std::vector<Argument> Value(int32_t value) {
 LogEntry Call(std::string_view function, std::vector<Argument> arguments = Value(1),
               int32_t micros = 100) {
     LogEntry entry("android.hardware.audio.core.IModule", function, std::move(arguments));
-    entry.start_time = LogEntry::WallTime(std::chrono::microseconds(1772719629123000));
+    entry.start_time = LogEntry::WallTime(microseconds(1772719629123000));
     entry.execution_time = entry.max_time = entry.min_time = entry.total_time = micros;
     return entry;
 }
 
-// The line of such a call with one argument.
-std::string Line(const char* function, const char* time = "100 us", int value = 1) {
-    return std::string("03-05 14:07:09.123 IModule::") + function +
-           ": args(1): [value: " + std::to_string(value) +
-           "], ret: not set, ecode: 0, time: " + time;
-}
-
 // The detailed layout through Dump, the plain one through DumpDetails.
-Lines DumpLines(Logger& logger, bool with_state, uint32_t indentation = 0,
-                std::vector<std::string_view> filters = {}) {
+std::string DumpText(const Logger& logger, bool with_state, uint32_t indentation = 0,
+                     std::vector<std::string_view> filters = {}) {
     std::stringbuf text;
     dumpsys::DumpsysInfo info(-1, indentation, std::move(filters));
     info.stream_buffer = &text;
-    with_state ? logger.Dump(info) : logger.DumpDetails(info, false);
-    Lines lines;
-    std::istringstream stream(text.str());
-    for (std::string line; std::getline(stream, line);) lines.push_back(line);
-    return lines;
+    logger.DumpDetails(info, with_state);
+    return text.str();
+}
+
+// The text with the clock's parts as "T" and "N": start times and microseconds.
+std::string Timeless(const std::string& text) {
+    static const std::regex time(R"(\d\d-\d\d \d\d:\d\d:\d\d\.\d\d\d )");
+    static const std::regex micros(R"(\b\d+ us\b)");
+    return std::regex_replace(std::regex_replace(text, time, "T "), micros, "N us");
+}
+
+Argument Parcel(const Command& command, int32_t type = 17) {
+    return Argument::FromParcelable("command", command, static_cast<ArgumentType>(type));
+}
+
+Command Burst(int32_t bytes) {
+    return Command::make<Command::burst>(bytes);
+}
+
+Reply Active(int64_t frames, int32_t xruns = 0) {
+    Reply reply;
+    reply.fmqByteCount = 1920;
+    reply.state = StreamDescriptor::State::ACTIVE;
+    reply.observable = {.frames = frames, .timeNs = frames * 20833};
+    reply.latencyMs = static_cast<int32_t>(frames % 7);
+    reply.xrunFrames = xruns;
+    return reply;
 }
 
 class LoggerTest : public ::testing::Test {
@@ -66,45 +84,94 @@ class LoggerTest : public ::testing::Test {
     }
 };
 
-TEST_F(LoggerTest, Fold_IdenticalCallsAccumulateInTheFirst) {
+TEST_F(LoggerTest, Dump_GoldenText) {
     Logger logger(1 << 20);
-    for (int32_t micros : {100, 300, 20}) {
+    // Every kind of argument. Text is charged by its length and printed up to its first NUL; only
+    // an integer is rendered as an audio mode; parcels are decoded again at every rendering.
+    std::vector<Argument> all;
+    all.emplace_back("mute", true);
+    all.emplace_back("on", false);
+    all.emplace_back("id", -7, ArgumentType::kBool);
+    all.emplace_back("gain", 0.5f);
+    all.emplace_back("name", std::string_view("speaker!", 7));
+    all.emplace_back("nul", std::string("a\0b", 3));
+    all.emplace_back("null", static_cast<const char*>(nullptr));
+    for (const int32_t mode : {0, -1, 2, 7})
+        all.emplace_back("mode", mode, ArgumentType::kAudioMode);
+    all.emplace_back("text", "2").type = ArgumentType::kAudioMode;
+    all.push_back(Parcel(Burst(960)));
+    all.push_back(Parcel(Command::make<Command::start>()));
+    all.push_back(Argument::FromParcelable("ret", Reply(), ArgumentType::kStreamDescriptorReply));
+    // Types without a parcelable; a command read as a reply; an empty parcel.
+    for (const int32_t type : {3, 23, 18}) all.push_back(Parcel(Burst(960), type));
+    all.emplace_back("empty", ndk::ScopedAParcel(AParcel_create()), ArgumentType::kAudioPort);
+    // A parcelable type given to an int would end the process at the next fold: a plain int.
+    all.emplace_back("misused", 7, ArgumentType::kAudioPort);
+    logger.Append(Call("setParameters", std::move(all), 250));
+    // Three identical calls fold into the first.
+    for (const int32_t micros : {100, 300, 20}) {
         logger.Append(Call("setMasterMute", Value(1), micros));
-        EXPECT_EQ(logger.GetBytes(), logger.GetEntryCount() * (192u + 64u));
         logger.FoldContiguousDuplicatedEntry();
     }
-    EXPECT_EQ(
-            DumpLines(logger, false),
-            (Lines{"Interaction logger(1, 256):", kRule,
-                   "03-05 14:07:09.123 IModule::setMasterMute: args(1): [value: 1], ret: not set, "
-                   "ecode: 0, contiguous calls: [count: 3, max: 300 us, min: 20 us, avg: 140 us]",
-                   kRule}));
-    logger.ForEachEntry([](const LogEntry& entry) { EXPECT_EQ(entry.execution_time, 100); });
+    logger.SetAudioMode(2);
+    logger.SetScoEnabled(true);
+    LogEntry* call = logger.Append(Call("setAudioMode", Value(3), 40));
+    call->ret.emplace("ret", false);
+    call->ecode = -38;
+    logger.SetAudioMode(-2);
+    logger.SetScoEnabled(false);
+    logger.SetA2dpSuspended(true);
+    logger.SetLeSuspended(true);
+    // Only the class name's last part is printed; milliseconds are cut, not rounded.
+    call = logger.Append(Call("executing", {}, -1));
+    call->class_name = "a.b.";
+    call->start_time += microseconds(876999);
+    // Folded calls show their statistics; the 32-bit total may have wrapped.
+    call = logger.Append(Call("wrapped", {}, 41));
+    call->class_name = "StreamDescriptor";
+    call->start_time += microseconds(881000);
+    std::tie(call->count, call->max_time, call->min_time, call->total_time) =
+            std::tuple(3, 300, 200, -2147483000);
 
-    // An entry that already counts several calls adds them all. The count stops at INT32_MAX, and
-    // the calls beyond it stay out of the total, so the average stays that of the calls counted.
-    constexpr int32_t kMax = std::numeric_limits<int32_t>::max();
-    const struct {
-        int32_t count, total, last_count, last_total, folded_count, folded_total;
-    } kCases[] = {
-            {5, 500, 3, 30, 8, 530},
-            {kMax - 1, 0, 1, 100, kMax, 100},
-            {kMax, 100, 1, 100, kMax, 100},
-            {kMax - 2, 0, 4, 400, kMax, 200},
-    };
-    for (const auto& c : kCases) {
-        Logger folding(1 << 20);
-        LogEntry* prev = folding.Append(Call("f"));
-        prev->count = c.count;
-        prev->total_time = c.total;
-        LogEntry last = Call("f", Value(1), c.last_total);
-        last.count = c.last_count;
-        folding.Append(std::move(last));
-        folding.FoldContiguousDuplicatedEntry();
-        folding.ForEachEntry([&](const LogEntry& e) {
-            EXPECT_EQ(std::pair(e.count, e.total_time), std::pair(c.folded_count, c.folded_total));
-        });
+    std::string text = DumpText(logger, true, 2, {"AUtl::"}) + DumpText(logger, false);
+    EXPECT_EQ(DumpText(logger, true, 0, {"AUtl::Res"}), "");
+    {
+        autl::test::LogCapture logs;
+        for (const int n : {2, -1}) logger.DumpToLogcat(n);
+        for (const std::string& line : logs.Lines("AUtl::Logger")) text += line + "\n";
     }
+    // Reset empties the history but keeps the state.
+    logger.Reset();
+    text += DumpText(logger, false);
+    logger.Append(Call("afterReset"));
+    text += DumpText(logger, true);
+
+    // A stream's pairs, with the clock's parts as "T" and "N". Without an open command, replies
+    // and errors are ignored; replies that differ only in positions and latency fold; the last
+    // error before the reply wins, one after it is ignored; a command without a reply is closed by
+    // the next command.
+    StreamLogger stream(1 << 20);
+    stream.LogReply(Active(480));
+    stream.LogInternalError(StreamLogger::Error::kTimeout);
+    for (int64_t frames = 480; frames <= 480 * 5; frames += 480) {
+        stream.LogCommand(Burst(1920));
+        stream.LogReply(Active(frames));
+    }
+    stream.LogCommand(Burst(1920));
+    stream.LogInternalError(StreamLogger::Error::kInvalidState);
+    stream.LogInternalError(StreamLogger::Error::kHardwareFailure);
+    stream.LogReply(Active(480));
+    stream.LogInternalError(StreamLogger::Error::kTimeout);
+    stream.LogCommand(Command::make<Command::start>());
+    stream.LogCommand(Burst(1920));
+    std::stringbuf dumped;
+    dumpsys::DumpsysInfo info(-1, 0, {"AUtl::Log"});
+    info.stream_buffer = &dumped;
+    stream.Dump(info);
+    EXPECT_EQ(dumped.str(), stream.ToString());
+    text += Timeless(stream.ToString());
+
+    EXPECT_EQ(text, autl::test::Golden("interactionlogger/dump.txt", text));
 }
 
 TEST_F(LoggerTest, Fold_OnlyTheSameClosedCall) {
@@ -113,8 +180,7 @@ TEST_F(LoggerTest, Fold_OnlyTheSameClosedCall) {
         LogEntry& older;
         LogEntry& newer;
     };
-    using Change = void (*)(Pair);
-    const std::vector<std::pair<const char*, Change>> differences = {
+    const std::pair<const char*, void (*)(Pair)> differences[] = {
             {"function", [](Pair p) { p.newer.function_name = "getMasterMute"; }},
             {"class", [](Pair p) { p.newer.class_name = "IStreamOut"; }},
             {"argument", [](Pair p) { p.newer.arguments = Value(2); }},
@@ -143,34 +209,47 @@ TEST_F(LoggerTest, Fold_OnlyTheSameClosedCall) {
         change({logger, *older, newer});
         logger.Append(std::move(newer));
         logger.FoldContiguousDuplicatedEntry();
-        EXPECT_EQ(logger.GetEntryCount(), what == differences.back().first ? 1u : 2u);
+        EXPECT_EQ(logger.GetEntryCount(), what == std::end(differences)[-1].first ? 1u : 2u);
     }
 
-    // Only the newest two are compared.
-    Logger logger(1 << 20);
-    for (const char* function : {"a", "b", "a"}) {
-        logger.Append(Call(function));
-        logger.FoldContiguousDuplicatedEntry();
+    // An entry that already counts several calls adds them all. The count stops at INT32_MAX, and
+    // the calls beyond it stay out of the total, so the average stays that of the calls counted.
+    constexpr int32_t kMax = std::numeric_limits<int32_t>::max();
+    const struct {
+        int32_t count, total, last_count, last_total, folded_count, folded_total;
+    } kCases[] = {
+            {5, 500, 3, 30, 8, 530},
+            {kMax - 1, 0, 1, 100, kMax, 100},
+            {kMax, 100, 1, 100, kMax, 100},
+            {kMax - 2, 0, 4, 400, kMax, 200},
+    };
+    for (const auto& c : kCases) {
+        Logger folding(1 << 20);
+        LogEntry* prev = folding.Append(Call("f"));
+        std::tie(prev->count, prev->total_time) = std::pair(c.count, c.total);
+        folding.Append(Call("f", Value(1), c.last_total))->count = c.last_count;
+        folding.FoldContiguousDuplicatedEntry();
+        folding.ForEachEntry([&](const LogEntry& e) {
+            EXPECT_EQ(std::pair(e.count, e.total_time), std::pair(c.folded_count, c.folded_total));
+        });
     }
-    EXPECT_EQ(logger.GetEntryCount(), 3u);
 }
 
-TEST_F(LoggerTest, Balance_OldestLeaveForTheNewest) {
-    // Every entry costs 192 + 64 = 256 bytes; three fit exactly.
+// Histories under a budget, calls still open while others fold or push them out, and stream pairs,
+// compared whole with tests/data/interactionlogger/history.txt.
+TEST_F(LoggerTest, Histories_GoldenText) {
+    // Every entry costs 192 + 64 = 256 bytes; three fit exactly. An entry larger than the whole
+    // budget empties the history and stays alone until the next append pushes it out.
     Logger logger(768);
     for (int i = 0; i < 4; ++i) logger.Append(Call("f", Value(i)));
-    EXPECT_EQ(DumpLines(logger, false),
-              (Lines{"Interaction logger(3, 768):", kRule, Line("f", "100 us", 1),
-                     Line("f", "100 us", 2), Line("f", "100 us", 3), kRule}));
-    // An entry larger than the whole budget empties the history and stays alone until the next
-    // append pushes it out.
+    std::string text = DumpText(logger, false);
     std::vector<Argument> big;
     big.emplace_back("blob", std::string(2000, 'x'));
     logger.Append(Call("big", std::move(big)));
-    EXPECT_EQ(DumpLines(logger, false)[0], "Interaction logger(1, 2256):");
+    text += std::to_string(logger.GetEntryCount()) + " of " + std::to_string(logger.GetBytes()) +
+            " bytes\n";
     logger.Append(Call("f"));
-    EXPECT_EQ(DumpLines(logger, false)[0], "Interaction logger(1, 256):");
-
+    text += DumpText(logger, false);
     // Room for two: each round pushes the oldest out and folds the newest away, at every place of
     // the history's storage.
     Logger two(512);
@@ -178,193 +257,163 @@ TEST_F(LoggerTest, Balance_OldestLeaveForTheNewest) {
         two.Append(Call("f", Value(i), i));
         two.Append(Call("f", Value(i), i));
         two.FoldContiguousDuplicatedEntry();
-        const std::string us = std::to_string(i) + " us";
-        ASSERT_EQ(DumpLines(two, false),
-                  (Lines{"Interaction logger(1, 256):", kRule,
-                         "03-05 14:07:09.123 IModule::f: args(1): [value: " + std::to_string(i) +
-                                 "], ret: not set, ecode: 0, contiguous calls: [count: 2, max: " +
-                                 us + ", min: " + us + ", avg: " + us + "]",
-                         kRule}));
+        text += DumpText(two, false);
     }
-}
 
-TEST_F(LoggerTest, Dump_DetailedLayout) {
-    Logger logger(1 << 20);
-    std::vector<Argument> two;
-    two.emplace_back("mute", true);
-    two.emplace_back("id", 7);
-    logger.Append(Call("setMasterMute", std::move(two), 250));
-    logger.SetAudioMode(2);
-    logger.SetScoEnabled(true);
-    std::vector<Argument> mode;
-    mode.emplace_back("mode", 2, ArgumentType::kAudioMode);
-    logger.Append(Call("setAudioMode", std::move(mode), 40));
-    std::vector<Argument> many;
-    for (int i = 0; i < 12; ++i) many.emplace_back("argument", 1000000 + i);
-    logger.Append(Call("f", std::move(many), 5));
-    // Indentation and state columns start every line; long entries continue on further lines.
-    EXPECT_EQ(
-            DumpLines(logger, true, 2, {"AUtl::"}),
-            (Lines{
-                    "  Interaction logger(3, 1536):",
-                    "     -- SCO Enabled",
-                    "    /  -- A2DP Suspended",
-                    "   |  /  -- LE Suspended",
-                    "   | |  /  -- Audio Mode",
-                    "   | | |  /",
-                    "   | | | |",
-                    "  | | | | | " + kRule,
-                    "  | | | | | 03-05 14:07:09.123 IModule::setMasterMute: args(2): [mute: true, "
-                    "id: 7], ret: not set, ecode: 0, time: 250 us",
-                    "  |*| | |2| 03-05 14:07:09.123 IModule::setAudioMode: args(1): [mode: "
-                    "IN_CALL], ret: not set, ecode: 0, time: 40 us",
-                    "  |*| | |2| 03-05 14:07:09.123 IModule::f: args(12): [argument: 1000000, "
-                    "argument: 1000001, argument: 1000002, argument: 1000003, argument: 1000004, ",
-                    "  |*| | |2|     argument: 1000005, argument: 1000006, argument: 1000007, "
-                    "argument: 1000008, argument: 1000009, argument: 1000010, argument: 1000011], "
-                    "ret: not set, ",
-                    "  |*| | |2|     ecode: 0, time: 5 us",
-                    "  " + std::string(152, '='),
-            }));
-    EXPECT_THAT(DumpLines(logger, true, 0, {"AUtl::Res"}), IsEmpty());
-}
-
-TEST_F(LoggerTest, Dump_PlainLayoutAndReset) {
-    Logger logger(1 << 20);
-    logger.SetLeSuspended(true);
-    logger.Append(Call("f", Value(1), 7));
-    logger.Append(Call("g", Value(2), 8));
-    EXPECT_EQ(DumpLines(logger, false, 0, {"AUtl::Log"}),
-              (Lines{"Interaction logger(2, 512):", kRule, Line("f", "7 us"), Line("g", "8 us", 2),
-                     kRule}));
-    EXPECT_THAT(DumpLines(logger, false, 0, {"AUtl::Res"}), IsEmpty());
-    // Reset empties the history but keeps the state.
-    logger.Reset();
-    EXPECT_EQ(DumpLines(logger, false), (Lines{"Interaction logger(0, 0):", kRule, kRule}));
-    logger.Append(Call("f"));
-    logger.ForEachEntry([](const LogEntry& e) { EXPECT_TRUE(e.le_suspended); });
-}
-
-TEST_F(LoggerTest, DumpToLogcat_NewestFirst) {
-    Logger logger(1 << 20);
-    for (const char* function : {"a", "b", "c"}) logger.Append(Call(function));
-    auto head = [](int n) {
-        return "=============== Last " + std::to_string(n) + " calls ================";
-    };
-    const std::string end(46, '=');
-    autl::test::LogCapture logs;
-    for (int n : {10, 2, 0, -1}) logger.DumpToLogcat(n);
-    EXPECT_EQ(logs.Messages("AUtl::Logger"),
-              (Lines{head(10), Line("c"), Line("b"), Line("a"), end, head(2), Line("c"), Line("b"),
-                     end, head(0), end, head(-1), end}));
-    for (const autl::test::LogLine& l : logs.Lines()) EXPECT_EQ(l.severity, android::base::INFO);
-}
-
-TEST_F(LoggerTest, PendingEntry_ClosesAndFolds) {
-    Logger logger(1 << 20);
+    // Calls through PendingEntry, with their clock's parts as "T" and "N". The return value is not
+    // charged. Reassignment closes the handle it replaces; a moved-from handle is inert.
+    Logger pending(1 << 20);
     for (int i = 0; i < 3; ++i) {
-        PendingEntry call = logger.Begin(LogEntry("IModule", "f", Value(1)));
+        PendingEntry call = pending.Begin(LogEntry("IModule", "f", Value(1)));
         call.SetReturn(Argument("ret", true));
         call.SetErrorCode(5);
     }
-    // The return value is not charged.
-    EXPECT_EQ(DumpLines(logger, false)[0], "Interaction logger(1, 256):");
-    EXPECT_THAT(DumpLines(logger, false)[2],
-                HasSubstr("[value: 1], ret: true, ecode: 5, contiguous calls: [count: 3, max: "));
-
-    auto executing = [&] {
-        std::vector<bool> open;
-        logger.ForEachEntry([&](const LogEntry& e) { open.push_back(e.execution_time == -1); });
-        return open;
-    };
-    // Reassignment closes the handle it replaces; a moved-from handle is inert.
-    PendingEntry first = logger.Begin(LogEntry("IModule", "g"));
-    PendingEntry second = logger.Begin(LogEntry("IModule", "h"));
+    PendingEntry first = pending.Begin(LogEntry("IModule", "g"));
+    PendingEntry second = pending.Begin(LogEntry("IModule", "h"));
     first = std::move(second);
     second.Close();
-    EXPECT_EQ(executing(), (std::vector<bool>{false, false, true}));
+    text += Timeless(DumpText(pending, false));
     first.Close();
-    EXPECT_EQ(executing(), (std::vector<bool>{false, false, false}));
-
+    text += Timeless(DumpText(pending, false));
     // One producer's call stays open while another's identical calls fold behind it; closing it
     // folds them all into it.
-    logger.Reset();
-    PendingEntry open = logger.Begin(LogEntry("IModule", "f"));
-    logger.Begin(LogEntry("IModule", "f")).Close();
-    logger.Begin(LogEntry("IModule", "f")).Close();
-    EXPECT_EQ(executing(), (std::vector<bool>{true, false}));
+    pending.Reset();
+    PendingEntry open = pending.Begin(LogEntry("IModule", "f"));
+    pending.Begin(LogEntry("IModule", "f")).Close();
+    pending.Begin(LogEntry("IModule", "f")).Close();
+    text += Timeless(DumpText(pending, false));
     open.Close();
-    EXPECT_EQ(DumpLines(logger, false)[0], "Interaction logger(1, 192):");
-    EXPECT_THAT(DumpLines(logger, false)[2], HasSubstr("contiguous calls: [count: 3, "));
-}
-
-TEST_F(LoggerTest, PendingEntry_EntryGoneIsHarmless) {
-    // Pushed out by the budget: nothing reaches the entry now in the history.
-    Logger logger(300);
-    PendingEntry evicted = logger.Begin(Call("f", Value(1), -1));
-    logger.Append(Call("g", Value(1), -1));
-    evicted.SetReturn(Argument("ret", 1));
-    evicted.SetErrorCode(3);
-    evicted.Close();
-    EXPECT_EQ(DumpLines(logger, false),
-              (Lines{"Interaction logger(1, 256):", kRule, Line("g", "executing"), kRule}));
-
-    // Reset under an open handle.
-    PendingEntry open = logger.Begin(Call("h", Value(1), -1));
-    logger.Reset();
-    logger.Append(Call("i", Value(1), -1));
-    open.SetErrorCode(9);
-    open.Close();
-    EXPECT_EQ(DumpLines(logger, false),
-              (Lines{"Interaction logger(1, 256):", kRule, Line("i", "executing"), kRule}));
-}
-
-// Stalls a dump in its first write, with the logger's mutex held, until released.
-class StalledReader : public std::streambuf {
-  public:
-    std::latch dumping{1};
-    std::latch release{1};
-
-  protected:
-    std::streamsize xsputn(const char*, std::streamsize n) override {
-        if (!stalled_) {
-            stalled_ = true;
-            dumping.count_down();
-            release.wait();
-        }
-        return n;
+    text += Timeless(DumpText(pending, false));
+    // Pushed out by the budget, or reset away: nothing reaches the entry now in the history.
+    Logger small(300);
+    PendingEntry evicted = small.Begin(Call("f", Value(1), -1));
+    small.Append(Call("g", Value(1), -1));
+    PendingEntry reset = small.Begin(Call("h", Value(1), -1));
+    small.Reset();
+    small.Append(Call("i", Value(1), -1));
+    for (PendingEntry* gone : {&evicted, &reset}) {
+        gone->SetReturn(Argument("ret", 1));
+        gone->SetErrorCode(3);
+        gone->Close();
     }
-    int_type overflow(int_type c) override { return c; }
+    text += DumpText(small, false);
 
-  private:
-    bool stalled_ = false;
-};
+    // Stream pairs that differ from the one before in their command, xruns, error or state; the
+    // first two are the same and fold, and the next command (8 bytes) is written where theirs (12)
+    // was: only commands are charged.
+    using Error = StreamLogger::Error;
+    Reply paused = Active(960, 12);
+    paused.state = StreamDescriptor::State::PAUSED;
+    const std::vector<std::tuple<Command, Reply, Error>> pairs = {
+            {Command::make<Command::start>(), Active(0), Error::kNone},
+            {Command::make<Command::start>(), Active(0), Error::kNone},
+            {Burst(960), Active(480), Error::kNone},
+            {Burst(1920), Active(480), Error::kNone},
+            {Burst(1920), Active(960, 12), Error::kNone},
+            {Burst(1920), Active(960, 12), Error::kTransferFailed},
+            {Burst(1920), paused, Error::kTransferFailed},
+    };
+    StreamLogger stream(1 << 20);
+    for (const auto& [command, reply, error] : pairs) {
+        stream.LogCommand(command);
+        if (error != Error::kNone) stream.LogInternalError(error);
+        stream.LogReply(reply);
+    }
+    text += Timeless(stream.ToString());
+    EXPECT_EQ(text, autl::test::Golden("interactionlogger/history.txt", text));
 
-TEST_F(LoggerTest, PendingEntry_TimeIsTheCallsOwnWhileADumpHoldsTheMutex) {
-    using namespace std::chrono_literals;
-    Logger logger(1 << 20);
-    PendingEntry call = logger.Begin(LogEntry("IModule", "f"));
-    StalledReader reader;
-    dumpsys::DumpsysInfo info;
-    info.stream_buffer = &reader;
-    std::thread dumper([&] { logger.Dump(info); });
-    reader.dumping.wait();
-    std::this_thread::sleep_for(2ms);  // the call's own work
-    std::latch closing(1);
-    std::thread producer([&] {
-        closing.count_down();
-        call.Close();
-    });
-    closing.wait();
-    // A reader this slow would add its 100 ms to a time taken under the mutex.
-    std::this_thread::sleep_for(100ms);
-    reader.release.count_down();
-    dumper.join();
-    producer.join();
-    logger.ForEachEntry([](const LogEntry& e) {
-        EXPECT_GE(e.execution_time, 2000);
-        EXPECT_LT(e.execution_time, 100000);
-    });
+    // The time since the steady start, in microseconds; the statistics start from it.
+    LogEntry entry("IModule", "f", Value(1));
+    entry.steady_start_time -= microseconds(1500);
+    entry.count = 4;
+    entry.SetExecutionTimeMs();
+    EXPECT_EQ(std::tuple(entry.max_time, entry.min_time, entry.total_time, entry.count),
+              std::tuple(entry.execution_time, entry.execution_time, entry.execution_time, 4));
+    EXPECT_THAT(entry.execution_time,
+                ::testing::AllOf(::testing::Ge(1500), ::testing::Lt(60000000)));
+}
+
+// Values that an int32_t, a float or a bool would silently change do not compile.
+static_assert(!std::is_constructible_v<Argument, const char*, int64_t>);
+static_assert(!std::is_constructible_v<Argument, const char*, uint32_t>);
+static_assert(!std::is_constructible_v<Argument, const char*, size_t>);
+static_assert(!std::is_constructible_v<Argument, const char*, double>);
+
+TEST(ArgumentTest, Compare) {
+    auto check = [](const char* what, const Argument& a, const Argument& b, bool equal) {
+        EXPECT_EQ(CompareArgument(a, b), equal) << what;
+        EXPECT_EQ(CompareArgument(b, a), equal) << what;
+    };
+    check("names ignored", Argument("x", 3), Argument("y", 3), true);
+    check("types", Argument("x", 3, ArgumentType::kBool), Argument("x", 3), false);
+    check("ints", Argument("x", 3), Argument("x", 4), false);
+    check("bools", Argument("x", true), Argument("x", true), true);
+    check("other bools", Argument("x", true), Argument("x", false), false);
+    check("signed zeros", Argument("x", 0.0f), Argument("x", -0.0f), true);
+    check("NaNs", Argument("x", std::nanf("")), Argument("x", std::nanf("")), false);
+    check("pointers", Argument("x", &check), Argument("x", &check), true);
+    check("other pointers", Argument("x", &check), Argument("x", nullptr), false);
+    check("texts", Argument("x", "abc"), Argument("x", "abc"), true);
+    check("other texts", Argument("x", "abc"), Argument("x", "abd"), false);
+    check("NUL", Argument("x", "ab"), Argument("x", std::string("ab\0", 3)), false);
+    Argument text("x", "1");
+    check("alternatives", Argument("x", 1), (text.type = ArgumentType::kInt, text), false);
+    // A parcel of a plain type is equal only to itself.
+    const Argument parcel = Parcel(Burst(960), 4);
+    EXPECT_TRUE(CompareArgument(parcel, parcel));
+    check("parcels of plain type", parcel, Parcel(Burst(960), 4), false);
+
+    // Parcelables, and types above their range, are compared by their bytes.
+    check("commands", Parcel(Burst(960)), Parcel(Burst(960)), true);
+    check("other commands", Parcel(Burst(960)), Parcel(Burst(480)), false);
+    // A parcel of `count` words, all 0 but the last.
+    auto words = [](ArgumentType type, std::vector<int32_t> words, size_t count = 0) {
+        words.insert(words.begin(), count > words.size() ? count - words.size() : 0, 0);
+        ndk::ScopedAParcel parcel(AParcel_create());
+        for (const int32_t word : words) AParcel_writeInt32(parcel.get(), word);
+        return Argument("p", std::move(parcel), type);
+    };
+    const auto kPort = ArgumentType::kAudioPort, kReply = ArgumentType::kStreamDescriptorReply;
+    check("prefix", words(kPort, {0}), words(kPort, {0}, 2), false);
+    check("large", words(kPort, {1}, 100), words(kPort, {1}, 100), true);
+    check("other large", words(kPort, {1}, 100), words(kPort, {2}, 100), false);
+    check("type 40", Parcel(Burst(1), 40), Parcel(Burst(1), 40), true);
+    check("empty", words(kPort, {}), words(kPort, {}), true);
+
+    // Stream replies are equal when all but their positions and latency are.
+    using R = StreamDescriptor::Reply;
+    auto reply = [&](void (*change)(R&)) {
+        R r;
+        r.fmqByteCount = 1920;
+        r.state = StreamDescriptor::State::ACTIVE;
+        r.observable = {.frames = 480, .timeNs = 1000};
+        change(r);
+        return Argument::FromParcelable("ret", r, kReply);
+    };
+    const Argument base = reply([](R&) {});
+    check("frames", base, reply([](R& r) { r.observable.frames = 960; }), true);
+    check("hardware", base, reply([](R& r) { r.hardware.timeNs = 5; }), true);
+    check("latency", base, reply([](R& r) { r.latencyMs = 40; }), true);
+    check("flush", base, reply([](R& r) { r.flushFromPosition = 7; }), true);
+    check("xruns", base, reply([](R& r) { r.xrunFrames = 1; }), false);
+    check("state", base, reply([](R& r) { r.state = StreamDescriptor::State::PAUSED; }), false);
+    check("status", base, reply([](R& r) { r.status = -22; }), false);
+    check("fmq", base, reply([](R& r) { r.fmqByteCount = 960; }), false);
+    // Replies of older writers, read in full: one without flushFromPosition, one whose positions
+    // lack timeNs.
+    const int32_t active = static_cast<int32_t>(StreamDescriptor::State::ACTIVE);
+    const int32_t paused = static_cast<int32_t>(StreamDescriptor::State::PAUSED);
+    check("older", base,
+          words(kReply, {72, 0, 1920, 1, 20, 480, 0, 1000, 0, 1, 20, -1, -1, -1, -1, 0, 0, active}),
+          true);
+    check("older, paused", base,
+          words(kReply, {72, 0, 1920, 1, 20, 480, 0, 1000, 0, 1, 20, -1, -1, -1, -1, 0, 0, paused}),
+          false);
+    check("older positions", base,
+          words(kReply, {64, 0, 1920, 1, 12, 480, 0, 1, 12, -1, -1, 0, 0, active, 0, 0}), true);
+    // A reply that cannot be read back never compares equal.
+    const Argument broken = Parcel(Burst(960), 18);
+    EXPECT_FALSE(CompareArgument(broken, broken));
 }
 
 }  // namespace

@@ -1,61 +1,62 @@
 #include <wake_lock.h>
 
 #include <errno.h>
+#include <hardware_legacy/power.h>
 
 #include <string>
+#include <vector>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "fake_wake_lock.h"
 #include "log_capture.h"
+
+// The platform's wake lock calls, replaced at the link seam: each is recorded and answers `result`,
+// setting errno to EACCES when it fails.
+namespace {
+std::vector<std::string> calls;
+int result = 0;
+
+int Answer(std::string call) {
+    calls.push_back(std::move(call));
+    if (result != 0) errno = EACCES;
+    return result;
+}
+}  // namespace
+
+extern "C" int acquire_wake_lock(int lock, const char* id) {
+    return Answer("acquire " + std::to_string(lock) + " " + id);
+}
+
+extern "C" int release_wake_lock(const char* id) {
+    return Answer(std::string("release ") + id);
+}
 
 namespace vendor::zentro::tevrash::audio::hal::utils {
 namespace {
 
-using android::base::INFO;
-using android::base::WARNING;
-using autl::test::FakeWakeLock;
-using autl::test::LogCapture;
-using autl::test::LogLine;
 using testing::ElementsAre;
 
-constexpr char kTag[] = "AUtl::WakeLock";
-
-// Every call reaches the platform, and only 0 is success: the classic platform answered a byte
-// count, which must not pass for it. A failure leaves errno as the platform set it.
+// Only 0 is success: the classic platform answered a byte count, which must not pass for it. A
+// failure leaves errno as the platform set it.
 TEST(WakeLockTest, EachCallReachesThePlatformAndIsLogged) {
-    const struct {
-        int result;
-        android::base::LogSeverity severity;
-        const char* acquired;
-        const char* released;
-    } cases[] = {
-            {0, INFO, "Acquire: acquired wake lock for hal", "Release: released wake lock for hal"},
-            {-1, WARNING, "Acquire: failed to acquire wake lock for hal",
-             "Release: failed to release wake lock for hal"},
-            {9, WARNING, "Acquire: failed to acquire wake lock for hal",
-             "Release: failed to release wake lock for hal"},
-    };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.result);
-        FakeWakeLock platform;
-        LogCapture logs;
+    for (const int answer : {0, -1, 9}) {
+        SCOPED_TRACE(answer);
+        autl::test::LogCapture logs;
+        calls.clear();
+        result = answer;
         WakeLock wake_lock("hal");
-        platform.SetAcquireResult(c.result, EACCES);
-        platform.SetReleaseResult(c.result, ENOENT);
         errno = 0;
-        EXPECT_EQ(wake_lock.Acquire(), c.result == 0);
-        EXPECT_EQ(errno, c.result == 0 ? 0 : EACCES);
-        EXPECT_EQ(wake_lock.Acquire(), c.result == 0);
-        EXPECT_EQ(wake_lock.Release(), c.result == 0);
-        EXPECT_EQ(errno, c.result == 0 ? 0 : ENOENT);
-        EXPECT_THAT(platform.Calls(),
-                    ElementsAre("acquire_wake_lock(1, hal)", "acquire_wake_lock(1, hal)",
-                                "release_wake_lock(hal)"));
-        const LogLine acquired{c.severity, kTag, c.acquired};
-        EXPECT_THAT(logs.Lines(kTag),
-                    ElementsAre(acquired, acquired, LogLine{c.severity, kTag, c.released}));
+        EXPECT_EQ(wake_lock.Acquire(), answer == 0);
+        EXPECT_EQ(errno, answer == 0 ? 0 : EACCES);
+        EXPECT_EQ(wake_lock.Release(), answer == 0);
+        EXPECT_THAT(calls, ElementsAre("acquire 1 hal", "release hal"));
+        using Lines = std::vector<std::string>;
+        EXPECT_EQ(logs.Lines("AUtl::WakeLock"),
+                  (answer == 0 ? Lines{"I Acquire: acquired wake lock for hal",
+                                       "I Release: released wake lock for hal"}
+                               : Lines{"W Acquire: failed to acquire wake lock for hal",
+                                       "W Release: failed to release wake lock for hal"}));
     }
 }
 
