@@ -4,7 +4,12 @@
 
 #include <interactionlogger/logger.h>
 
+#include <android-base/file.h>
+#include <fcntl.h>
+#include <signal.h>
+#include <sys/resource.h>
 #include <time.h>
+#include <unistd.h>
 
 #include <cmath>
 #include <limits>
@@ -414,6 +419,51 @@ TEST(ArgumentTest, Compare) {
     // A reply that cannot be read back never compares equal.
     const Argument broken = Parcel(Burst(960), 18);
     EXPECT_FALSE(CompareArgument(broken, broken));
+}
+
+// Dumps into descriptors that fail: a closed one (checked to stay closed, so every write met
+// EBADF), a pipe whose reader is gone with SIGPIPE's default action (which would end the process),
+// and a file at its size limit, as on a full disk (it keeps exactly what fitted). Each dump
+// returns, and the loggers stay usable.
+TEST_F(LoggerTest, Dump_IntoFailingDescriptorsReturns) {
+    constexpr rlim_t kLimit = 4096;
+    const sighandler_t sigpipe = signal(SIGPIPE, SIG_DFL), sigxfsz = signal(SIGXFSZ, SIG_IGN);
+    TemporaryDir dir;
+    const std::string path = std::string(dir.path) + "/dump.txt";
+    int fds[2];
+    ASSERT_EQ(0, pipe2(fds, O_CLOEXEC));
+    close(fds[0]);
+    // Far above the lowest free number, so that no descriptor opened meanwhile takes it.
+    const int closed = fcntl(fds[1], F_DUPFD_CLOEXEC, 512);
+    close(closed);
+    const int file = open(path.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0644);
+    rlimit unlimited, limit;
+    ASSERT_EQ(0, getrlimit(RLIMIT_FSIZE, &unlimited));
+    limit = {kLimit, unlimited.rlim_max};
+    for (const int fd : {closed, fds[1], file}) {
+        Logger logger(1 << 16);
+        for (int i = 0; i < 60; ++i) logger.Append(Call("setVendorParameters", Value(i)));
+        StreamLogger stream(4096);
+        stream.LogCommand(Burst(960));
+        stream.LogReply(Active(960));
+        const std::string expected = DumpText(logger, true);
+        ASSERT_EQ(0, setrlimit(RLIMIT_FSIZE, &limit));
+        logger.DumpDetails(dumpsys::DumpsysInfo(fd), true);
+        stream.Dump(dumpsys::DumpsysInfo(fd));
+        ASSERT_EQ(0, setrlimit(RLIMIT_FSIZE, &unlimited));
+        errno = 0;
+        EXPECT_TRUE(fd != closed || (fcntl(closed, F_GETFD) == -1 && errno == EBADF));
+        std::string kept;
+        EXPECT_TRUE(fd != file || (android::base::ReadFileToString(path, &kept) &&
+                                   kept == expected.substr(0, kLimit) && expected.size() > kLimit));
+        logger.Append(Call("getMasterMute"));
+        EXPECT_EQ(61u, logger.GetEntryCount());
+        EXPECT_TRUE(stream.ToString().starts_with("Interaction logger(1, "));
+    }
+    close(fds[1]);
+    close(file);
+    signal(SIGPIPE, sigpipe);
+    signal(SIGXFSZ, sigxfsz);
 }
 
 }  // namespace

@@ -4,10 +4,13 @@
 #include <sys/resource.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <condition_variable>
+#include <latch>
 #include <memory>
 #include <mutex>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include <gmock/gmock.h>
@@ -97,6 +100,30 @@ TEST(WorkerTest, StartStopRestart_FreshThreadEachTimeNamedAndLogged) {
                             "V Stop: stop mixer_poll_loops", "I Loop: mixer_poll_loops thread exit",
                             "V Stop: stop mixer_poll_loops",
                             "W Stop: mixer_poll_loops hasn't been started yet"));
+}
+
+// Three Starts and a Stop race on an idle worker, 100 times: exactly one Start starts it (a Start
+// during a start is refused), and the Stop either comes first and fails or stops what was started.
+// Before the fix a second thread was assigned over a joinable one, or Start waited for ever.
+TEST(WorkerTest, ConcurrentStartAndStop_AnswerAsInSomeSerialOrder) {
+    LOG(INFO) << "racing";  // libbase's logging is set up here, before the racing threads exist
+    for (int round = 0; round < 100; ++round) {
+        auto worker = std::make_unique<GatedWorker>("racer");
+        std::atomic<int> started = 0;
+        std::atomic<bool> stopped = false;
+        std::latch go(4);
+        std::vector<std::thread> threads;
+        for (int i = 0; i < 4; ++i) {
+            threads.emplace_back([&, i] {
+                go.arrive_and_wait();
+                i < 3 ? started += worker->Start() : stopped = worker->Stop();
+            });
+        }
+        for (std::thread& thread : threads) thread.join();
+        ASSERT_GE(started, 1) << round;
+        ASSERT_LE(started, 1 + stopped) << round;
+        EXPECT_EQ(worker->Stop(), !stopped || started == 2) << round;
+    }
 }
 
 }  // namespace
