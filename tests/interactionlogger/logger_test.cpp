@@ -15,6 +15,7 @@
 #include <limits>
 #include <regex>
 #include <sstream>
+#include <thread>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -464,6 +465,27 @@ TEST_F(LoggerTest, Dump_IntoFailingDescriptorsReturns) {
     close(file);
     signal(SIGPIPE, sigpipe);
     signal(SIGXFSZ, sigxfsz);
+}
+
+// A call closed while a dump holds the mutex, stalled on a full pipe whose reader is slow: the
+// call's time is its own work, not its wait for the mutex.
+TEST_F(LoggerTest, Close_TimeIsTheCallsOwnWhileADumpHoldsTheMutex) {
+    Logger logger(1 << 20);
+    for (int i = 0; i < 200; ++i) logger.Append(Call("setVendorParameters", Value(i)));
+    int fds[2];
+    ASSERT_EQ(0, pipe2(fds, O_CLOEXEC));
+    ASSERT_GT(fcntl(fds[1], F_SETPIPE_SZ, 4096), 0);
+    PendingEntry call = logger.Begin(LogEntry("IModule", "f"));
+    std::thread dumper([&] { logger.Dump(dumpsys::DumpsysInfo(fds[1])), close(fds[1]); });
+    std::this_thread::sleep_for(std::chrono::milliseconds(20));  // the call's own work
+    std::thread producer([&] { call.Close(); });
+    std::this_thread::sleep_for(std::chrono::milliseconds(500));  // the slow reader
+    for (char chunk[4096]; read(fds[0], chunk, sizeof(chunk)) > 0;) {
+    }
+    dumper.join(), producer.join(), close(fds[0]);
+    int64_t time = 0;
+    logger.ForEachEntry([&](const LogEntry& e) { time = e.execution_time; });
+    EXPECT_TRUE(time >= 20000 && time < 500000) << time;
 }
 
 }  // namespace
