@@ -78,11 +78,12 @@ std::string DumpText(Resources& resources, uint32_t indentation = 0,
 TEST(ResourcesTest, Lookups_GoldenText) {
     TemporaryDir dir;
     const std::string root = dir.path;
+    std::error_code error;  // the overloads that never throw: device tests build without exceptions
     for (const std::string& path : std::vector<std::string>{
                  "/vendor/etc/audio/both/", kApexAudio + "both/", kApexAudio + "apex/",
                  "/vendor/etc/audio/a/b/", kApexAudio + "loop/", "/vendor/etc/audio/gone/",
                  "/vendor/etc/audio/spatializer/hrtf/"}) {
-        std::filesystem::create_directories(root + path);
+        std::filesystem::create_directories(root + path, error);
     }
     for (const std::string path : {"/vendor/etc/audio/file", "/vendor/etc/audio/spatializer/x"}) {
         ASSERT_TRUE(android::base::WriteStringToFile("x", root + path));
@@ -98,8 +99,8 @@ TEST(ResourcesTest, Lookups_GoldenText) {
     }
     EXPECT_THAT(DumpText(resources), testing::StartsWith("Resources:\n  #: size: 12\n"));
     // The answers are cached for the object's life.
-    ASSERT_TRUE(std::filesystem::remove(root + "/vendor/etc/audio/gone"));
-    ASSERT_TRUE(std::filesystem::create_directory(root + "/vendor/etc/audio/late"));
+    ASSERT_TRUE(std::filesystem::remove(root + "/vendor/etc/audio/gone", error));
+    ASSERT_TRUE(std::filesystem::create_directory(root + "/vendor/etc/audio/late", error));
     Resources fresh(root);
     for (const char* key : {"gone", "late"}) {
         text += std::string(key) + ": " + resources.GetFolderPath(key) + " now " +
