@@ -329,6 +329,19 @@ size_t HeapInUse() {
     return mallinfo2().uordblks;
 }
 
+// The heap that `count` arguments made by make(i) hold, divided by a 1 MiB budget, less the vector
+// that holds them here, which is not part of a history.
+template <typename Make>
+double HeapOfArgumentsPerBudgetByte(size_t count, Make make) {
+    const size_t start = HeapInUse();
+    std::vector<Argument> held;
+    held.reserve(count);
+    for (size_t i = 0; i < count; ++i) held.push_back(make(i));
+    return (static_cast<double>(HeapInUse() - start) -
+            static_cast<double>(held.capacity() * sizeof(Argument))) /
+           k1MiB;
+}
+
 // The heap a full 1 MiB history holds, divided by its budget: a stream's pairs (0), module calls
 // (1), and the parcels alone that those histories hold (2 and 3), which the platform's parcels
 // replace on a device.
@@ -344,19 +357,12 @@ void BM_Logger_HeapPerBudgetByte(benchmark::State& state) {
                 // The same parcels, made as the stream logger makes them.
                 const size_t pairs = logger->GetLogger().GetEntryCount();
                 logger.reset();
-                const size_t empty = HeapInUse();
-                std::vector<Argument> parcels;
-                parcels.reserve(2 * pairs);
-                for (size_t i = 0; i < pairs; ++i) {
-                    parcels.push_back(ExactParcel("command", Burst(static_cast<int32_t>(i)),
-                                                  ArgumentType::kStreamDescriptorCommand));
-                    parcels.push_back(ExactParcel("ret", ActiveReply(static_cast<int64_t>(i)),
-                                                  ArgumentType::kStreamDescriptorReply));
-                }
-                // Less the vector that holds them, which is not part of a history.
-                ratio = (static_cast<double>(HeapInUse() - empty) -
-                         static_cast<double>(parcels.capacity() * sizeof(Argument))) /
-                        k1MiB;
+                ratio = HeapOfArgumentsPerBudgetByte(2 * pairs, [](size_t i) {
+                    return i % 2 == 0 ? ExactParcel("command", Burst(static_cast<int32_t>(i / 2)),
+                                                    ArgumentType::kStreamDescriptorCommand)
+                                      : ExactParcel("ret", ActiveReply(static_cast<int64_t>(i / 2)),
+                                                    ArgumentType::kStreamDescriptorReply);
+                });
                 continue;
             }
             ratio = static_cast<double>(HeapInUse() - before) / k1MiB;
@@ -367,17 +373,10 @@ void BM_Logger_HeapPerBudgetByte(benchmark::State& state) {
                 size_t parcels = 0;
                 logger.ForEachEntry(
                         [&](const LogEntry& entry) { parcels += entry.arguments.size() > 2; });
-                const size_t start = HeapInUse();
-                std::vector<Argument> held;
-                held.reserve(parcels);
-                for (size_t i = 0; i < parcels; ++i) {
-                    held.push_back(Argument::FromParcelable("reply",
-                                                            ActiveReply(static_cast<int64_t>(i)),
-                                                            ArgumentType::kStreamDescriptorReply));
-                }
-                ratio = (static_cast<double>(HeapInUse() - start) -
-                         static_cast<double>(held.capacity() * sizeof(Argument))) /
-                        k1MiB;
+                ratio = HeapOfArgumentsPerBudgetByte(parcels, [](size_t i) {
+                    return Argument::FromParcelable("reply", ActiveReply(static_cast<int64_t>(i)),
+                                                    ArgumentType::kStreamDescriptorReply);
+                });
                 continue;
             }
             ratio = static_cast<double>(HeapInUse() - before) / k1MiB;
