@@ -130,19 +130,18 @@ std::string LogEntry::ToStringPrefix() const {
 }
 
 void LogEntry::AppendPrefix(std::string* text) const {
-    *text += '|';
-    *text += sco_enabled ? '*' : ' ';
-    *text += '|';
-    *text += a2dp_suspended ? '*' : ' ';
-    *text += '|';
-    *text += le_suspended ? '*' : ' ';
-    *text += '|';
+    // Written once per dumped entry: the columns are built on the stack and appended in one go.
+    char prefix[24] = {'|', sco_enabled ? '*' : ' ',  '|', a2dp_suspended ? '*' : ' ',
+                       '|', le_suspended ? '*' : ' ', '|'};
+    char* end = prefix + 7;
     if (audio_mode != 0) {
-        AppendNumber(text, audio_mode);
+        end = std::to_chars(end, prefix + sizeof(prefix) - 2, audio_mode).ptr;
     } else {
-        *text += ' ';
+        *end++ = ' ';
     }
-    *text += "| ";
+    *end++ = '|';
+    *end++ = ' ';
+    text->append(prefix, static_cast<size_t>(end - prefix));
 }
 
 }  // namespace vendor::zentro::tevrash::audio::hal::utils::interactionlogger
