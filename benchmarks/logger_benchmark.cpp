@@ -209,7 +209,8 @@ double Seconds(std::chrono::steady_clock::duration duration) {
 // dump's alone. Right after each dump the same history's parcels are rendered once more, so that
 // the parcel layer's share is measured in the same conditions as the dump it belongs to:
 // "parcel share" is its part of the dump's time, "own M lines/s" the rate of the library's own
-// part (the dump's time less the parcel layer's), which is what carries over to a device.
+// part (the dump's time less the parcel layer's), which is what carries over to a device; 0 when
+// noise made the parcel layer's pass the longer.
 template <typename Dumpable>
 void DumpToNull(benchmark::State& state, Dumpable& dumpable, const Logger& logger) {
     const double lines = CountLines(DumpText(dumpable));
