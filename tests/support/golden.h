@@ -15,12 +15,17 @@
 
 namespace autl::test {
 
-inline std::string Golden(const std::string& name, const std::string& actual) {
+// Where the file tests/data/<name> is for this test program.
+inline std::string DataPath(const std::string& name) {
 #ifdef AUTL_TEST_DATA
-    const std::string path = AUTL_TEST_DATA "/" + name;
+    return AUTL_TEST_DATA "/" + name;
 #else
-    const std::string path = android::base::GetExecutableDirectory() + "/tests/data/" + name;
+    return android::base::GetExecutableDirectory() + "/tests/data/" + name;
 #endif
+}
+
+inline std::string Golden(const std::string& name, const std::string& actual) {
+    const std::string path = DataPath(name);
     if (getenv("AUTL_UPDATE_GOLDEN") != nullptr) android::base::WriteStringToFile(actual, path);
     std::string golden;
     EXPECT_TRUE(android::base::ReadFileToString(path, &golden)) << path;

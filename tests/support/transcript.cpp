@@ -44,7 +44,7 @@ std::string Run(const std::string& command, const std::string& dir, const std::s
 }  // namespace
 
 void ExpectTranscript(const std::string& name, const std::string& dir, const std::string& tool) {
-    std::vector<std::string> lines = android::base::Split(Read(AUTL_TEST_DATA "/" + name), "\n");
+    std::vector<std::string> lines = android::base::Split(Read(DataPath(name)), "\n");
     if (!lines.empty() && lines.back().empty()) lines.pop_back();
     std::string transcript;
     for (size_t i = 0; i < lines.size(); ++i) {
